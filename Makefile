@@ -1,0 +1,38 @@
+# Thin front end over CMake. `make demo` and `make test` are all a newcomer needs.
+MAKEFLAGS += --no-print-directory
+JOBS ?= $(shell nproc)
+CMAKE ?= cmake
+
+.PHONY: all demo test asan bench check-api install clean
+
+all: test
+
+build/CMakeCache.txt:
+	$(CMAKE) -S . -B build -DCMAKE_BUILD_TYPE=RelWithDebInfo
+
+demo: build/CMakeCache.txt
+	$(CMAKE) --build build -j$(JOBS) --target zvq_demo
+	./build/examples/zvq_demo
+
+test: build/CMakeCache.txt check-api
+	$(CMAKE) --build build -j$(JOBS)
+	ctest --test-dir build --output-on-failure -j$(JOBS)
+
+asan:
+	$(CMAKE) -S . -B build-asan -DCMAKE_BUILD_TYPE=Debug -DZVQ_SANITIZE=ON
+	$(CMAKE) --build build-asan -j$(JOBS)
+	ASAN_OPTIONS=detect_leaks=1 UBSAN_OPTIONS=print_stacktrace=1:halt_on_error=1 \
+		ctest --test-dir build-asan --output-on-failure -j$(JOBS)
+
+bench:
+	$(CMAKE) -S . -B build-bench -DCMAKE_BUILD_TYPE=Release -DZVQ_BUILD_BENCH=ON -DZVQ_BUILD_TESTS=OFF
+	$(CMAKE) --build build-bench -j$(JOBS)
+	@for b in build-bench/bench/bench_*; do echo "== $$b"; $$b --benchmark_repetitions=5 \
+		--benchmark_report_aggregates_only=true || exit 1; done
+
+# The generated declarations must match the manifests and the type table.
+check-api:
+	python3 tools/gen_api.py --check
+
+clean:
+	rm -rf build build-asan build-bench

@@ -1,0 +1,104 @@
+// The chunk protocol, in one place.
+//
+// Value i of a chunk stands at byte i * elem_size, its repeat byte at byte
+// 4095 - i. Values are loaded and stored through memcpy, which compiles to a
+// plain move and keeps strict aliasing intact.
+//
+// The reading rule: a reader finding chunk_pos >= chunk_count calls next and
+// sets chunk_pos to 0 on SEQ_OK; it takes k elements of the current run by
+// adding k to run_pos in 8 bits, and moves to the next run when run_pos
+// reaches the repeat byte. A repeat byte of 0 (from repeat) is legal input:
+// take(1) then wraps 256 times, take(remainder) moves on at once.
+#pragma once
+
+#include <cstdint>
+#include <cstring>
+
+#include "core/types.hpp"
+
+namespace zvq {
+
+using Rec = zvq_seq_iterator;
+
+inline constexpr uint64_t kAllOnes = ~uint64_t{0};
+
+template <class V>
+inline V load(const uint8_t* p) {
+    V v;
+    std::memcpy(&v, p, sizeof(V));
+    return v;
+}
+
+template <class V>
+inline void store(uint8_t* p, V v) {
+    std::memcpy(p, &v, sizeof(V));
+}
+
+// Typed access to slot i of a record's chunk.
+template <class V>
+inline V value_at(const Rec& r, uint32_t i) {
+    return load<V>(r.chunk + static_cast<size_t>(i) * sizeof(V));
+}
+
+template <class V>
+inline void set_value(Rec& r, uint32_t i, V v) {
+    store<V>(r.chunk + static_cast<size_t>(i) * sizeof(V), v);
+}
+
+inline const uint8_t* slot_ptr(const Rec& r, uint32_t i) { return r.chunk + static_cast<size_t>(i) * r.elem_size; }
+inline uint8_t* slot_ptr(Rec& r, uint32_t i) { return r.chunk + static_cast<size_t>(i) * r.elem_size; }
+
+inline uint8_t repeat_at(const Rec& r, uint32_t i) { return r.chunk[4095u - i]; }
+inline void set_repeat(Rec& r, uint32_t i, uint8_t n) { r.chunk[4095u - i] = n; }
+
+// The repeat area of runs [0, n) is the n bytes ending at byte 4095.
+inline uint8_t* repeat_area(Rec& r, uint32_t n) { return r.chunk + 4096u - n; }
+inline const uint8_t* repeat_area(const Rec& r, uint32_t n) { return r.chunk + 4096u - n; }
+
+inline bool exhausted(const Rec& r) { return r.chunk_pos >= r.chunk_count; }
+
+// One pull by a reader: next, then chunk_pos to 0 on success.
+inline zvq_seq_status pull(Rec& r) {
+    zvq_seq_status s = r.next(&r);
+    if (s == SEQ_OK) r.chunk_pos = 0;
+    return s;
+}
+
+// Step 1 of the reading rule: pull only when the chunk is used up.
+inline zvq_seq_status refill(Rec& r) { return exhausted(r) ? pull(r) : SEQ_OK; }
+
+template <class V>
+inline V current(const Rec& r) {
+    return value_at<V>(r, r.chunk_pos);
+}
+inline uint8_t current_repeat(const Rec& r) { return repeat_at(r, r.chunk_pos); }
+
+// Elements of the current run not yet taken, in 8 bits.
+inline uint8_t remainder(const Rec& r) { return static_cast<uint8_t>(current_repeat(r) - r.run_pos); }
+
+// Take k elements of the current run (k at most the remainder, or 1).
+inline void take(Rec& r, uint8_t k) {
+    r.run_pos = static_cast<uint8_t>(r.run_pos + k);
+    if (r.run_pos == current_repeat(r)) {
+        r.run_pos = 0;
+        ++r.chunk_pos;
+    }
+}
+
+// Copy n runs (values and repeat bytes) of src starting at run `from` to dst
+// starting at run `to`, in two blocks.
+inline void copy_runs(Rec& dst, uint32_t to, const Rec& src, uint32_t from, uint32_t n) {
+    std::memcpy(dst.chunk + static_cast<size_t>(to) * dst.elem_size,
+                src.chunk + static_cast<size_t>(from) * src.elem_size, static_cast<size_t>(n) * src.elem_size);
+    std::memcpy(dst.chunk + 4096u - to - n, src.chunk + 4096u - from - n, n);
+}
+
+// Sum of the repeat bytes of runs [0, n).
+inline uint64_t repeat_sum(const Rec& r, uint32_t n) {
+    const uint8_t* p = repeat_area(r, n);
+    uint64_t total = 0;
+    for (uint32_t i = 0; i < n; ++i) total += p[i];
+    return total;
+}
+
+}  // namespace zvq

@@ -1,0 +1,62 @@
+// Allocator hooks, scratch buffers, binding control and the aggregate resets.
+#include <cstdlib>
+
+#include "core/record.hpp"
+
+extern "C" {
+
+void* zvq_seq_sys_malloc(zvq_seq_iterator*, uint64_t size) { return std::malloc(size); }
+
+void zvq_seq_sys_free(zvq_seq_iterator*, void* pointer, uint64_t) { std::free(pointer); }
+
+zvq_seq_malloc_fn zvq_seq_malloc = zvq_seq_sys_malloc;
+zvq_seq_free_fn zvq_seq_free = zvq_seq_sys_free;
+
+void zvq_seq_redefine_allocator(zvq_seq_malloc_fn malloc_fn, zvq_seq_free_fn free_fn) {
+    zvq_seq_malloc = malloc_fn;
+    zvq_seq_free = free_fn;
+}
+
+void* zvq_seq_alloc_buffer(zvq_seq_iterator* it, uint64_t size) {
+    it->buffer_size = size;
+    it->buffer = zvq_seq_malloc(it, size);
+    return it->buffer;
+}
+
+void zvq_seq_free_buffer(zvq_seq_iterator* it) {
+    if (it->buffer == nullptr) return;
+    zvq_seq_free(it, it->buffer, it->buffer_size);
+    it->buffer = nullptr;
+}
+
+uint32_t zvq_seq_enable_check_bindings(uint32_t value) {
+    const uint32_t former = zvq_seq_check_bindings;
+    zvq_seq_check_bindings = value;
+    return former;
+}
+
+zvq_seq_status zvq_seq_prepare_aggregate(zvq_seq_iterator* it) {
+    const zvq_seq_status s = it->next(it);
+    it->prepared = 1;
+    return s;
+}
+
+zvq_seq_status zvq_seq_reset_unary_agg_iterator(zvq_seq_iterator* it) {
+    zvq::set_pending_count(*it, 0);
+    return zvq_seq_reset_unary_iterator(it);
+}
+
+zvq_seq_status zvq_seq_reset_binary_agg_iterator(zvq_seq_iterator* it) {
+    zvq::set_pending_count(*it, 0);
+    return zvq_seq_reset_binary_iterator(it);
+}
+
+zvq_seq_status zvq_seq_reset_ternary_agg_iterator(zvq_seq_iterator* it) {
+    zvq::set_pending_count(*it, 0);
+    for (zvq_seq_iterator* op : it->operand)
+        if (op != nullptr)
+            if (zvq_seq_status s = op->reset(op)) return s;
+    return zvq_seq_reset_iterator(it);
+}
+
+}  // extern "C"
