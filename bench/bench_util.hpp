@@ -1,0 +1,53 @@
+// Shared by the benchmarks: data sets and the library-versus-loop measure.
+//
+// Every benchmark runs the library and a hand-written loop over the same
+// logical data in the same process, and reports ns per element for both and
+// their ratio (library / loop: below 1 means the library is faster).
+#pragma once
+
+#include <benchmark/benchmark.h>
+
+#include <chrono>
+#include <cstdint>
+#include <vector>
+
+namespace zvq::bench {
+
+// n values with runs of length `run` (1: all distinct neighbours).
+template <class V>
+std::vector<V> make_column(size_t n, size_t run, V base = V(1)) {
+    std::vector<V> out(n);
+    uint64_t x = 0x9E3779B97F4A7C15ull;
+    V value = base;
+    for (size_t i = 0; i < n; ++i) {
+        if (i % run == 0) {
+            x ^= x << 13, x ^= x >> 7, x ^= x << 17;
+            value = static_cast<V>(base + static_cast<V>(x % 1000));
+        }
+        out[i] = value;
+    }
+    return out;
+}
+
+// Runs lib() and loop() once per iteration, each timed on its own.
+template <class Lib, class Loop>
+void measure(benchmark::State& state, uint64_t elements, Lib&& lib, Loop&& loop) {
+    using clock = std::chrono::steady_clock;
+    double lib_ns = 0, loop_ns = 0;
+    for (auto _ : state) {
+        auto t0 = clock::now();
+        lib();
+        auto t1 = clock::now();
+        loop();
+        auto t2 = clock::now();
+        lib_ns += std::chrono::duration<double, std::nano>(t1 - t0).count();
+        loop_ns += std::chrono::duration<double, std::nano>(t2 - t1).count();
+    }
+    const double total = static_cast<double>(elements) * static_cast<double>(state.iterations());
+    state.counters["ns_per_elem"] = lib_ns / total;
+    state.counters["loop_ns_per_elem"] = loop_ns / total;
+    state.counters["ratio_vs_loop"] = lib_ns / loop_ns;
+    state.SetItemsProcessed(static_cast<int64_t>(total));
+}
+
+}  // namespace zvq::bench
