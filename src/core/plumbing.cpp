@@ -53,6 +53,7 @@ zvq_seq_status thin_next(Rec& r) {
         // next_pos disagree (a repeat of 0) and keeps reads inside the chunk.
         while (target >= op.next_pos || exhausted(op)) {
             st.source_pos = op.next_pos;
+            op.run_pos = 0;  // the rest of a partly taken run is skipped with its chunk
             const zvq_seq_status s = pull(op);
             if (s != SEQ_OK) {
                 if (s != SEQ_END || i == 0) return s;
@@ -117,8 +118,9 @@ zvq_seq_status repeat_next(Rec& r) {
 
 // ---- limit ---------------------------------------------------------------
 
-// Operand positions count from the operand's own first_pos.
-uint64_t position_count(const Rec& op) { return op.next_pos - op.first_pos; }
+// Operand positions count from the operand's own first_pos. An operand that
+// has not reached its first position yet (a fresh limit) has served none.
+uint64_t position_count(const Rec& op) { return op.next_pos > op.first_pos ? op.next_pos - op.first_pos : 0; }
 
 zvq_seq_status limit_next(Rec& r) {
     Rec& op = *r.operand[0];

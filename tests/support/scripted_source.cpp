@@ -50,7 +50,7 @@ void Script::add_run(const void* value, uint8_t repeat) {
     c.repeats.push_back(repeat);
 }
 
-Script& Script::fail_at(size_t pull_index, zvq_seq_status status) {
+Script& Script::fail_at(size_t pull_index, zvq_seq_status status) & {
     fail_index_ = pull_index;
     fail_status_ = status;
     return *this;

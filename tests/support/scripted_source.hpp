@@ -6,6 +6,7 @@
 #include <cstdint>
 #include <cstring>
 #include <string>
+#include <utility>
 #include <vector>
 
 #include "core/record.hpp"
@@ -44,7 +45,8 @@ class Script {
     Script(const Script&) = delete;
     Script(Script&& o) noexcept;
 
-    Script& fail_at(size_t pull_index, zvq_seq_status status);
+    Script& fail_at(size_t pull_index, zvq_seq_status status) &;
+    Script&& fail_at(size_t pull_index, zvq_seq_status status) && { return std::move(fail_at(pull_index, status)); }
     zvq_seq_iterator* rec() { return &rec_; }
     size_t pulls() const { return pulls_; }
     size_t resets() const { return resets_; }
