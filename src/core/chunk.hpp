@@ -55,6 +55,16 @@ inline void set_repeat(Rec& r, uint32_t i, uint8_t n) { r.chunk[4095u - i] = n; 
 inline uint8_t* repeat_area(Rec& r, uint32_t n) { return r.chunk + 4096u - n; }
 inline const uint8_t* repeat_area(const Rec& r, uint32_t n) { return r.chunk + 4096u - n; }
 
+// Runs a chunk of this record holds: a constant for the fixed-size types,
+// from elem_size for char.
+template <class Tag>
+inline uint32_t capacity_of(const Rec& r) {
+    if constexpr (is_char<Tag>)
+        return char_capacity(r.elem_size);
+    else
+        return capacity<Tag>;
+}
+
 inline bool exhausted(const Rec& r) { return r.chunk_pos >= r.chunk_count; }
 
 // One pull by a reader: next, then chunk_pos to 0 on success.

@@ -8,14 +8,6 @@
 namespace zvq {
 namespace {
 
-template <class Tag>
-uint32_t capacity_of(const Rec& r) {
-    if constexpr (is_char<Tag>)
-        return char_capacity(r.elem_size);
-    else
-        return capacity<Tag>;
-}
-
 // Copies the whole chunk of src (chunk_count runs) into r.
 void copy_chunk(Rec& r, const Rec& src) {
     copy_runs(r, 0, src, 0, src.chunk_count);

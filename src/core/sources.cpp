@@ -12,14 +12,6 @@ namespace {
 constexpr uint64_t kMaxConstWidth = ZVQ_SEQ_STATE_SIZE;
 constexpr uint64_t kMaxCharWidth = 0xFFFF;
 
-template <class Tag>
-uint32_t capacity_of(const Rec& r) {
-    if constexpr (is_char<Tag>)
-        return char_capacity(r.elem_size);
-    else
-        return capacity<Tag>;
-}
-
 // ---- const ---------------------------------------------------------------
 
 template <class Tag>
