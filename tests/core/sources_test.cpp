@@ -389,3 +389,41 @@ TEST(Plumbing, MidStreamFailuresPassUpUnchanged) {
 
 }  // namespace
 }  // namespace zvq::test
+
+namespace zvq::test {
+namespace {
+
+// Every constructor with an operand refuses a bound one while checks are on,
+// leaves it as it was, and binds a free one.
+TEST(Constructors, EveryPlumbingConstructorTestsAndMarksBindings) {
+    using Make = zvq_seq_status (*)(zvq_seq_iterator*, zvq_seq_iterator*, zvq_seq_iterator*);
+    const Make makers[] = {
+        [](zvq_seq_iterator* r, zvq_seq_iterator* a, zvq_seq_iterator*) { return zvq_seq_thin_int4(r, a, 0, 1); },
+        [](zvq_seq_iterator* r, zvq_seq_iterator* a, zvq_seq_iterator*) { return zvq_seq_repeat_int4(r, a, 2); },
+        [](zvq_seq_iterator* r, zvq_seq_iterator* a, zvq_seq_iterator*) { return zvq_seq_limit(r, a, 0, 1); },
+        [](zvq_seq_iterator* r, zvq_seq_iterator* a, zvq_seq_iterator* b) { return zvq_seq_tee(r, b, a); },
+        [](zvq_seq_iterator* r, zvq_seq_iterator* a, zvq_seq_iterator* b) { return zvq_seq_concat(r, b, a); },
+        [](zvq_seq_iterator* r, zvq_seq_iterator* a, zvq_seq_iterator*) { return zvq_seq_rle_decode(r, a); },
+    };
+    for (size_t k = 0; k < std::size(makers); ++k) {
+        BindingChecks on(1);
+        auto bound = Script::of<Int4>({});
+        auto other = Script::of<Int4>({});
+        bound.rec()->bound = 1;
+        zvq_seq_iterator r{}, twin{};
+        // concat's other operand is free and must stay free on refusal.
+        zvq_seq_iterator* second = k == 4 ? other.rec() : &twin;
+        EXPECT_EQ(makers[k](&r, bound.rec(), second), SEQ_ALREADY_BOUND) << k;
+        EXPECT_EQ(other.rec()->bound, 0) << k;
+        auto free_src = Script::of<Int4>({});
+        auto free_other = Script::of<Int4>({});
+        second = k == 4 ? free_other.rec() : &twin;
+        EXPECT_EQ(makers[k](&r, free_src.rec(), second), SEQ_OK) << k;
+        EXPECT_EQ(free_src.rec()->bound, 1) << k;
+        EXPECT_EQ(r.bound, 0) << k;
+        EXPECT_EQ(r.last_pos, k == 2 ? 1u : kAllOnes) << k;
+    }
+}
+
+}  // namespace
+}  // namespace zvq::test
