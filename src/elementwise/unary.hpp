@@ -1,0 +1,64 @@
+// The unary kernel: one output run per input run, shared by abs, neg, not and
+// the conversions. A rule is a struct with
+//     static value_t<OutTag> apply(value_t<InTag> v);
+// that knows nothing of chunks.
+#pragma once
+
+#include <algorithm>
+#include <cstdint>
+
+#include "core/record.hpp"
+
+namespace zvq {
+
+// Refills the result chunk from whole operand runs. The operand's run_pos is
+// never looked at: this reader is the operand's only one and takes runs whole,
+// so a repeat byte (0 included) is copied as it stands.
+//
+// The fill bound is the capacity of the result type, not the operand's: a
+// narrowing conversion gathers runs over several operand chunks, a widening
+// one leaves the rest of the operand chunk for the next call.
+template <class OutTag, class InTag, class Op>
+zvq_seq_status unary_next(Rec& r) {
+    using In = value_t<InTag>;
+    using Out = value_t<OutTag>;
+    constexpr uint32_t cap = capacity<OutTag>;
+    Rec& op = *r.operand[0];
+    uint32_t i = 0;
+    while (i < cap) {
+        if (exhausted(op)) {
+            const zvq_seq_status s = pull(op);
+            if (s == SEQ_END && i != 0) break;
+            if (s != SEQ_OK) return s;
+        }
+        const uint32_t from = op.chunk_pos;
+        const uint32_t k = std::min<uint32_t>(cap - i, op.chunk_count - from);
+        for (uint32_t j = 0; j < k; ++j) set_value<Out>(r, i + j, Op::apply(value_at<In>(op, from + j)));
+        // Runs [from, from + k) have their repeat bytes in one block ending
+        // below byte 4096 - from; the result's block mirrors it.
+        const uint8_t* src = op.chunk + 4096u - from - k;
+        uint8_t* dst = r.chunk + 4096u - i - k;
+        uint64_t elements = 0;
+        for (uint32_t j = 0; j < k; ++j) {
+            dst[j] = src[j];
+            elements += src[j];
+        }
+        r.next_pos += elements;
+        op.chunk_pos = static_cast<uint16_t>(from + k);
+        i += k;
+    }
+    r.chunk_count = static_cast<uint16_t>(i);
+    return SEQ_OK;
+}
+
+// The constructor of every unary operator: (result, operand), operand of type
+// InTag, no state.
+template <class OutTag, class InTag>
+zvq_seq_status unary_make(Rec& r, Rec* op, zvq_seq_next_fn next) {
+    if (!has_type<InTag>(op)) return SEQ_TYPE_MISMATCH;
+    if (zvq_seq_status s = bind({op})) return s;
+    init_record(r, shape_of<OutTag>, {next, zvq_seq_reset_unary_iterator}, {op});
+    return SEQ_OK;
+}
+
+}  // namespace zvq
