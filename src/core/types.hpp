@@ -2,7 +2,9 @@
 // type (the exported names, the generated header) comes from these lists.
 #pragma once
 
+#include <algorithm>
 #include <cstdint>
+#include <string_view>
 
 #include "zvq/seq.h"
 
@@ -21,6 +23,23 @@
     X(datetime, Datetime, zvq_seq_datetime)
 
 #define ZVQ_CHAR_TYPE(X) X(char, Char, char)
+
+// The inner list for stamping over two type positions: a macro does not
+// expand inside its own expansion, so ZVQ_NUMERIC_TYPES cannot nest in
+// itself. Same rows, each X call prefixed with the caller's arguments; the
+// static_assert below keeps the two lists equal row by row.
+#define ZVQ_NUMERIC_TYPES_WITH(X, ...)               \
+    X(__VA_ARGS__, uint1, Uint1, uint8_t)            \
+    X(__VA_ARGS__, uint2, Uint2, uint16_t)           \
+    X(__VA_ARGS__, uint4, Uint4, uint32_t)           \
+    X(__VA_ARGS__, uint8, Uint8, uint64_t)           \
+    X(__VA_ARGS__, int1, Int1, int8_t)               \
+    X(__VA_ARGS__, int2, Int2, int16_t)              \
+    X(__VA_ARGS__, int4, Int4, int32_t)              \
+    X(__VA_ARGS__, int8, Int8, int64_t)              \
+    X(__VA_ARGS__, float, Float, float)              \
+    X(__VA_ARGS__, double, Double, double)           \
+    X(__VA_ARGS__, datetime, Datetime, zvq_seq_datetime)
 
 // The floating members, for the few families that exist only for them.
 #define ZVQ_FLOAT_TYPES(X) X(float, Float, float) X(double, Double, double)
@@ -84,3 +103,17 @@ static_assert(capacity<Uint1> == 2048 && capacity<Uint2> == 1365 && capacity<Int
               capacity<Double> == 455);
 
 }  // namespace zvq
+
+namespace zvq::pairs_check {
+
+#define ZVQ_PAIRS_ROW_OF_TABLE(name, Tag, ctype) std::string_view(#name " " #Tag " " #ctype),
+#define ZVQ_PAIRS_ROW_OF_COPY(unused, name, Tag, ctype) std::string_view(#name " " #Tag " " #ctype),
+inline constexpr std::string_view kTable[] = {ZVQ_NUMERIC_TYPES(ZVQ_PAIRS_ROW_OF_TABLE)};
+inline constexpr std::string_view kCopy[] = {ZVQ_NUMERIC_TYPES_WITH(ZVQ_PAIRS_ROW_OF_COPY, 0)};
+#undef ZVQ_PAIRS_ROW_OF_TABLE
+#undef ZVQ_PAIRS_ROW_OF_COPY
+
+static_assert(std::size(kTable) == std::size(kCopy) && std::ranges::equal(kTable, kCopy),
+              "ZVQ_NUMERIC_TYPES_WITH must list the rows of ZVQ_NUMERIC_TYPES");
+
+}  // namespace zvq::pairs_check

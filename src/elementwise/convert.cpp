@@ -2,7 +2,7 @@
 // zvq_seq_T_from_U is zvq_seq_U_to_T under its other name, so both ends of a
 // pair share one next and one reset.
 #include "core/arith.hpp"
-#include "elementwise/convert_pairs.hpp"
+#include "core/types.hpp"
 #include "elementwise/unary.hpp"
 
 namespace zvq {

@@ -7,7 +7,7 @@
 #include <limits>
 #include <tuple>
 
-#include "elementwise/convert_pairs.hpp"
+#include "core/types.hpp"
 #include "support/scripted_source.hpp"
 
 namespace {
