@@ -171,15 +171,20 @@ uint8_t* TableBuilder::key_space(uint64_t n) {
     return p;
 }
 
-zvq_seq_status TableBuilder::add_entry(KeyPlace place, const HashKey& k, uint64_t agg, uint64_t count,
-                                       HashEntry** out) {
+HashEntry* TableBuilder::take_entry() {
     if (entries_used_ == kEntriesPerBlock) {
         uint8_t* block = push_block(ctx_, *table_);
-        if (block == nullptr) return SEQ_NOMEM;
+        if (block == nullptr) return nullptr;
         entry_block_ = reinterpret_cast<HashEntry*>(block);
         entries_used_ = 0;
     }
-    HashEntry* e = new (entry_block_ + entries_used_++) HashEntry{};
+    return new (entry_block_ + entries_used_++) HashEntry{};
+}
+
+zvq_seq_status TableBuilder::add_entry(KeyPlace place, const HashKey& k, uint64_t agg, uint64_t count,
+                                       HashEntry** out) {
+    HashEntry* const e = take_entry();
+    if (e == nullptr) return SEQ_NOMEM;
     if (width_ <= kInlineKeyWidth) {
         e->key = k.word;
     } else {

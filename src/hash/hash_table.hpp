@@ -17,7 +17,7 @@
 //     if (auto s = b.start(st)) return s;                    // own_table is set
 //     for each overlap of runs:
 //         HashKey k = b.load_key(slot_ptr(keys, keys.chunk_pos));
-//         Found f;
+//         TableBuilder::Found f;
 //         if (auto s = b.find_or_insert(k, f)) return s;     // 52, unpublished
 //         fold the value into f.entry->agg (f.inserted: first value), count += n
 //     b.publish(st);                                          // count, pair.table
@@ -196,6 +196,10 @@ class TableBuilder {
         bool inserted;  // a new entry, agg and count 0 for the first fold
     };
     zvq_seq_status find_or_insert(const HashKey& k, Found& out);
+
+    // Step 1 alone: a cleared, unlinked 40-byte slot of the entry blocks, for
+    // tables whose entries are laid out otherwise. Null on no memory.
+    HashEntry* take_entry();
 
     // n bytes of key-block storage, unaligned; a block with too little room
     // left is abandoned. Null on no memory or when n exceeds a block.
