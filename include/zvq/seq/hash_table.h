@@ -7,6 +7,12 @@
 extern "C" {
 #endif
 
+ZVQ_SEQ_API extern uint64_t zvq_seq_hash_table_init_size;
+ZVQ_SEQ_API extern double zvq_seq_hash_table_load_factor;
+ZVQ_SEQ_API zvq_seq_status zvq_seq_hash(zvq_seq_iterator* result, zvq_seq_iterator* input, zvq_seq_iterator* seed);
+ZVQ_SEQ_API zvq_seq_status zvq_seq_hash_next(zvq_seq_iterator* it);
+ZVQ_SEQ_API uint32_t zvq_seq_free_hash(zvq_seq_iterator* it);
+ZVQ_SEQ_API void zvq_seq_release_hash(zvq_seq_iterator* it);
 ZVQ_SEQ_API zvq_seq_status zvq_seq_hash_agg_reset(zvq_seq_iterator* it);
 ZVQ_SEQ_API uint32_t zvq_seq_is_hash_aggreate(zvq_seq_iterator* it);
 
