@@ -135,20 +135,6 @@ TYPED_TEST(BinaryKernel, FailureOfEitherOperandIsPassedUpUnchanged) {
     }
 }
 
-TYPED_TEST(BinaryKernel, EndAtTheFirstRunKeepsTheChunk) {
-    using V = typename TestFixture::V;
-    const uint32_t cap = TestFixture::cap;
-    Script left = Script::of<TypeParam>({TestFixture::ones(cap, 0)});
-    Script right = Script::of<TypeParam>({TestFixture::ones(cap, 0), TestFixture::ones(3, 0)});
-    zvq_seq_iterator out{};
-    ASSERT_EQ(Members<TypeParam>::add(&out, left.rec(), right.rec()), SEQ_OK);
-    ASSERT_EQ(out.next(&out), SEQ_OK);
-    EXPECT_EQ(zvq::value_at<V>(out, cap - 1), TestFixture::v(static_cast<int>((cap - 1) % 50) * 2));
-    EXPECT_EQ(out.next(&out), SEQ_END);
-    EXPECT_EQ(out.chunk_count, cap);
-    EXPECT_EQ(right.pulls(), 1u);  // left ended first; right was not refilled
-}
-
 TYPED_TEST(BinaryKernel, ResetRewindsBothOperands) {
     using V = typename TestFixture::V;
     auto v = TestFixture::v;
