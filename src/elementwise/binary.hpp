@@ -106,7 +106,8 @@ inline uint32_t equal_repeats(const uint8_t* ltop, const uint8_t* rtop, uint32_t
 // One refill of r. Left is refilled before right, both before a value is
 // combined. Where both operands stand at the start of runs of equal length,
 // a stretch of such runs is combined in one pass: the result is the one the
-// run-by-run rule gives, run for run.
+// run-by-run rule gives, run for run. The bound is tested before each pull
+// (cat's order); as no member has a bound of 0, every member fills alike.
 template <class Cell>
 zvq_seq_status binary_next(Rec& r) {
     Rec& left = *r.operand[0];
