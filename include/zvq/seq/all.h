@@ -4,6 +4,7 @@
 #include "zvq/seq/core_frame.h"
 #include "zvq/seq/core_host.h"
 #include "zvq/seq/core_sources.h"
+#include "zvq/seq/elementwise_binary.h"
 #include "zvq/seq/elementwise_unary.h"
 #include "zvq/seq/hash_table.h"
 #endif

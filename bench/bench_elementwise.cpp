@@ -1,0 +1,150 @@
+// Binary element-wise operators against a hand loop over the expanded arrays:
+// add_int4 and gt_double on distinct values (runs of 1) and on long constant
+// stretches (runs of 255). The library result is drained chunk by chunk, as
+// an operator above it would read it.
+#include <cstring>
+#include <vector>
+
+#include "bench_util.hpp"
+#include "core/chunk.hpp"
+#include "zvq/seq.h"
+
+namespace {
+
+using zvq::bench::make_column;
+using zvq::bench::measure;
+
+constexpr uint64_t kElements = 10'000'000;
+constexpr uint8_t kStretch = 255;
+
+// A source serving (values[j], 255) runs from an array: a column of long
+// constant stretches without expanding it.
+template <class V>
+struct StretchSource {
+    const V* values;
+    uint64_t runs;
+    uint64_t served;
+
+    static StretchSource& of(zvq_seq_iterator* it) { return *reinterpret_cast<StretchSource*>(it->state.bytes); }
+
+    static zvq_seq_status next(zvq_seq_iterator* it) {
+        StretchSource& s = of(it);
+        if (s.served == s.runs) return SEQ_END;
+        const uint64_t n = std::min<uint64_t>(s.runs - s.served, 4096 / (sizeof(V) + 1));
+        std::memcpy(it->chunk, s.values + s.served, n * sizeof(V));
+        std::memset(it->chunk + 4096 - n, kStretch, n);
+        s.served += n;
+        it->chunk_count = static_cast<uint16_t>(n);
+        it->next_pos += n * kStretch;
+        return SEQ_OK;
+    }
+    static zvq_seq_status reset(zvq_seq_iterator* it) {
+        of(it).served = 0;
+        return zvq_seq_reset_iterator(it);
+    }
+    static void make(zvq_seq_iterator* it, uint8_t type, const std::vector<V>& values) {
+        std::memset(it, 0, sizeof *it);
+        it->next = next;
+        it->reset = reset;
+        it->elem_size = sizeof(V);
+        it->elem_type = type;
+        it->last_pos = zvq::kAllOnes;
+        of(it) = {values.data(), values.size(), 0};
+    }
+};
+
+// What a consumer does with a chunk: read every value and repeat. Kept out of
+// line, like the operator above would be, so that profiles tell it apart.
+template <class Out>
+[[gnu::noinline]] uint64_t drain(zvq_seq_iterator& root) {
+    uint64_t touched = 0;
+    root.reset(&root);
+    while (root.next(&root) == SEQ_OK) {
+        for (uint32_t i = 0; i < root.chunk_count; ++i)
+            touched += static_cast<uint64_t>(zvq::value_at<Out>(root, i)) * zvq::repeat_at(root, i);
+        root.chunk_pos = root.chunk_count;
+    }
+    return touched;
+}
+
+template <class V>
+std::vector<V> expand(const std::vector<V>& runs) {
+    std::vector<V> out;
+    out.reserve(runs.size() * kStretch);
+    for (V v : runs) out.insert(out.end(), kStretch, v);
+    return out;
+}
+
+// The hand loop, out of line for the same reason.
+template <class V, class Out, class Op>
+[[gnu::noinline]] void hand_loop(const V* a, const V* b, Out* c, size_t n, Op op) {
+    for (size_t i = 0; i < n; ++i) c[i] = op(a[i], b[i]);
+}
+
+using Ctor = zvq_seq_status (*)(zvq_seq_iterator*, zvq_seq_iterator*, zvq_seq_iterator*);
+using Unget32 = zvq_seq_status (*)(zvq_seq_iterator*, const int32_t*, uint64_t);
+
+// lib over distinct values served by unget, loop over the same arrays.
+template <class V, class Out, class UngetFn, class Loop>
+void run_distinct(benchmark::State& state, Ctor ctor, UngetFn unget, Loop op) {
+    const auto a = make_column<V>(kElements, 1, V(1));
+    const auto b = make_column<V>(kElements, 1, V(500));
+    std::vector<Out> c(kElements);
+    static zvq_seq_iterator left, right, root;
+    unget(&left, a.data(), a.size());
+    unget(&right, b.data(), b.size());
+    ctor(&root, &left, &right);
+    measure(
+        state, kElements, [&] { benchmark::DoNotOptimize(drain<Out>(root)); },
+        [&] {
+            hand_loop(a.data(), b.data(), c.data(), kElements, op);
+            benchmark::DoNotOptimize(c.data());
+            benchmark::ClobberMemory();
+        });
+}
+
+template <class V, class Out, class Loop>
+void run_stretches(benchmark::State& state, Ctor ctor, uint8_t type, Loop op) {
+    const uint64_t runs = kElements / kStretch;
+    const auto ra = make_column<V>(runs, 1, V(1));
+    const auto rb = make_column<V>(runs, 1, V(500));
+    const auto a = expand(ra), b = expand(rb);
+    std::vector<Out> c(a.size());
+    static zvq_seq_iterator left, right, root;
+    StretchSource<V>::make(&left, type, ra);
+    StretchSource<V>::make(&right, type, rb);
+    ctor(&root, &left, &right);
+    measure(
+        state, a.size(), [&] { benchmark::DoNotOptimize(drain<Out>(root)); },
+        [&] {
+            hand_loop(a.data(), b.data(), c.data(), a.size(), op);
+            benchmark::DoNotOptimize(c.data());
+            benchmark::ClobberMemory();
+        });
+}
+
+// Lambdas, so that the hand loops inline and vectorise.
+constexpr auto add_i4 = [](int32_t x, int32_t y) {
+    return static_cast<int32_t>(static_cast<uint32_t>(x) + static_cast<uint32_t>(y));
+};
+constexpr auto gt_f8 = [](double x, double y) -> uint8_t { return x > y; };
+
+void BM_add_int4_distinct(benchmark::State& state) {
+    run_distinct<int32_t, int32_t>(state, zvq_seq_add_int4, zvq_seq_unget_int4, add_i4);
+}
+void BM_add_int4_stretches(benchmark::State& state) {
+    run_stretches<int32_t, int32_t>(state, zvq_seq_add_int4, ZVQ_SEQ_TYPE_INT4, add_i4);
+}
+void BM_gt_double_distinct(benchmark::State& state) {
+    run_distinct<double, uint8_t>(state, zvq_seq_gt_double, zvq_seq_unget_double, gt_f8);
+}
+void BM_gt_double_stretches(benchmark::State& state) {
+    run_stretches<double, uint8_t>(state, zvq_seq_gt_double, ZVQ_SEQ_TYPE_DOUBLE, gt_f8);
+}
+
+BENCHMARK(BM_add_int4_distinct)->Unit(benchmark::kMillisecond);
+BENCHMARK(BM_add_int4_stretches)->Unit(benchmark::kMillisecond);
+BENCHMARK(BM_gt_double_distinct)->Unit(benchmark::kMillisecond);
+BENCHMARK(BM_gt_double_stretches)->Unit(benchmark::kMillisecond);
+
+}  // namespace
