@@ -7,6 +7,7 @@
 #include <inttypes.h>
 #include <stdio.h>
 #include <stdlib.h>
+#include <string.h>
 
 #include "zvq/seq.h"
 
@@ -78,6 +79,23 @@ static int64_t sum_by_runs(zvq_seq_iterator* root, uint64_t* elements, uint64_t*
 }
 
 static zvq_seq_iterator src, lim, thin, left, right, c1, c2, l1, l2, cat;
+static zvq_seq_iterator price_a, price_b, qty, qty_d, threshold, revenue, expensive, expensive_d, picked;
+
+/* Walks a double sequence chunk by chunk and sums value x repeat. */
+static double sum_double_runs(zvq_seq_iterator* root, uint64_t* elements) {
+    double sum = 0;
+    *elements = 0;
+    while (root->next(root) == SEQ_OK) {
+        uint32_t i;
+        for (i = 0; i < root->chunk_count; ++i) {
+            double v;
+            memcpy(&v, root->chunk + i * 8, 8);
+            sum += v * root->chunk[4095 - i];
+            *elements += root->chunk[4095 - i];
+        }
+    }
+    return sum;
+}
 
 int main(void) {
     int32_t* col = make_column();
@@ -131,6 +149,31 @@ int main(void) {
     check("elements", (int64_t)elements, 4000000);
     check("runs handled", (int64_t)runs, (2500000 + 254) / 255 + (1500000 + 254) / 255);
     check("sum", got, 5 * 2500000 + 7 * 1500000);
+
+    printf("expression: revenue of the items priced above 120\n");
+    printf("  price (double) > 120 as a 0/1 flag, quantity (int4) converted to double\n");
+    {
+        double* price = malloc(sizeof(double) * COLUMN_SIZE);
+        double want_d = 0, got_d;
+        if (!price) return 1;
+        for (i = 0; i < COLUMN_SIZE; ++i) price[i] = col[i] * 0.75 + (double)(i % 7) * 0.01;
+        /* Two cursors over one array: each operand needs a reader of its own. */
+        zvq_seq_unget_double(&price_a, price, COLUMN_SIZE);
+        zvq_seq_unget_double(&price_b, price, COLUMN_SIZE);
+        zvq_seq_unget_int4(&qty, col, COLUMN_SIZE);
+        zvq_seq_int4_to_double(&qty_d, &qty);
+        zvq_seq_mul_double(&revenue, &price_a, &qty_d);
+        zvq_seq_const_double(&threshold, 120.0);
+        zvq_seq_gt_double(&expensive, &price_b, &threshold);
+        zvq_seq_uint1_to_double(&expensive_d, &expensive);
+        zvq_seq_mul_double(&picked, &revenue, &expensive_d);
+        got_d = sum_double_runs(&picked, &elements);
+        for (i = 0; i < COLUMN_SIZE; ++i) want_d += price[i] * (double)col[i] * (double)(price[i] > 120.0);
+        check("elements", (int64_t)elements, COLUMN_SIZE);
+        check("revenue in cents", (int64_t)(got_d * 100.0 + 0.5), (int64_t)(want_d * 100.0 + 0.5));
+        check("same double as the loop, bit for bit", got_d == want_d, 1);
+        free(price);
+    }
 
     free(col);
     printf("\n%s\n", failures ? "FAILED" : "all results match the plain loops");
