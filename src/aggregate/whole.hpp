@@ -1,0 +1,148 @@
+// Whole-sequence folds: the partial state, the run product, and the drivers
+// that own the pull loop and the merge.
+//
+// A fold rule is a struct of static functions that never sees a chunk:
+//
+//   using Tag = operand type tag;     using In  = its value type;
+//   using Out = result type tag;      using Acc = partial_value type;
+//   seed(Acc&, double& q, In v, uint8_t r)   first run
+//   fold(Acc&, double& q, In v, uint8_t r)   every further run, at once
+//   merge(Acc&, Acc)                         a partial value of another part
+//   result(Acc, double q, uint64_t n)        the published value
+//
+// The drivers keep the accumulators in locals and write the record once, at
+// publication, so that a later merge finds the whole partial state there.
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+#include <type_traits>
+
+#include "core/arith.hpp"
+#include "core/record.hpp"
+
+namespace zvq {
+
+// Fields in the order a host's merge relies on.
+template <class Acc>
+struct WholeState {
+    Acc partial_value;
+    double partial_squares;  // 0.0 where no squares are kept
+    uint64_t partial_count;  // sum of repeat bytes
+};
+
+// The 64-bit type of sums and products: int8 for signed operands, uint8 for
+// unsigned ones, datetime stays datetime, floats widen to double.
+template <class Tag>
+using wide_tag_t =
+    std::conditional_t<is_signed_int<Tag>, Int8,
+                       std::conditional_t<is_floating<Tag>, Double,
+                                          std::conditional_t<Tag::kind == Kind::Datetime, Datetime, Uint8>>>;
+template <class Tag>
+using wide_t = value_t<wide_tag_t<Tag>>;
+
+// P(v, r): a run of r copies of v, multiplied in the operand's own
+// arithmetic before widening. The wrap of a 4- or 8-byte product is part of
+// the result, and a float run stays single precision until widened.
+template <class Tag>
+inline wide_t<Tag> run_product(value_t<Tag> v, uint8_t r) {
+    using V = value_t<Tag>;
+    using W = wide_t<Tag>;
+    if constexpr (std::is_same_v<V, float>) {
+        const float p = v * static_cast<float>(r);
+        return static_cast<double>(p);
+    } else if constexpr (is_floating<Tag>) {
+        return v * static_cast<double>(r);
+    } else if constexpr (sizeof(V) < 4) {
+        return static_cast<W>(static_cast<int32_t>(v) * static_cast<int32_t>(r));
+    } else {
+        return static_cast<W>(wrap_mul<V>(v, static_cast<V>(r)));
+    }
+}
+
+// v * v * r in double, in this order, for every operand type.
+template <class V>
+inline double run_squares(V v, uint8_t r) {
+    const double d = static_cast<double>(v);
+    return d * d * static_cast<double>(r);
+}
+
+// Folds runs [from, to) of the operand's chunk, values upward and repeat
+// bytes downward, without touching the operand's read positions.
+template <class Rule>
+inline void fold_runs(const Rec& op, uint32_t from, uint32_t to, typename Rule::Acc& acc, double& squares,
+                      uint64_t& count) {
+    using In = typename Rule::In;
+    typename Rule::Acc a = acc;
+    double q = squares;
+    uint64_t n = count;
+    const uint8_t* values = op.chunk;
+    const uint8_t* repeats = op.chunk + (ZVQ_SEQ_CHUNK_SIZE - 1);
+    for (uint32_t i = from; i < to; ++i) {
+        const uint8_t r = repeats[-static_cast<ptrdiff_t>(i)];
+        Rule::fold(a, q, load<In>(values + static_cast<size_t>(i) * sizeof(In)), r);
+        n += r;
+    }
+    acc = a;
+    squares = q;
+    count = n;
+}
+
+template <class Rule>
+using state_t = WholeState<typename Rule::Acc>;
+
+// next of a whole-sequence aggregate: drains the operand, publishes one run.
+template <class Rule>
+zvq_seq_status whole_next(Rec& r) {
+    using In = typename Rule::In;
+    if (r.prepared) {
+        // The prepare already drained the part; hand out its result once.
+        if (r.next_pos == 0) return SEQ_END;
+        r.prepared = 0;
+        return SEQ_OK;
+    }
+    if (r.next_pos != 0) return SEQ_END;
+
+    Rec& op = *r.operand[0];
+    zvq_seq_status s = op.next(&op);
+    if (s != SEQ_OK) return s;
+
+    typename Rule::Acc a{};
+    double q = 0.0;
+    uint64_t n = repeat_at(op, 0);
+    Rule::seed(a, q, value_at<In>(op, 0), repeat_at(op, 0));
+    fold_runs<Rule>(op, 1, op.chunk_count, a, q, n);
+    while ((s = op.next(&op)) == SEQ_OK) fold_runs<Rule>(op, 0, op.chunk_count, a, q, n);
+
+    // A failure drops what was folded: nothing is published, next_pos stays 0.
+    if (s != SEQ_END || n == 0) return s;
+    state_of<state_t<Rule>>(r) = {a, q, n};
+    publish_one<value_t<typename Rule::Out>>(r, Rule::result(a, q, n));
+    return SEQ_OK;
+}
+
+// Folds the source's partial state into the destination's and rewrites the
+// destination's result. Prepared flags and next_pos are the host's business.
+template <class Rule>
+zvq_seq_status whole_merge(Rec& dst, const Rec& src) {
+    auto& d = state_of<state_t<Rule>>(dst);
+    const auto& s = state_of<state_t<Rule>>(src);
+    d.partial_count += s.partial_count;
+    d.partial_squares += s.partial_squares;
+    Rule::merge(d.partial_value, s.partial_value);
+    set_value<value_t<typename Rule::Out>>(dst, 0, Rule::result(d.partial_value, d.partial_squares, d.partial_count));
+    return SEQ_OK;
+}
+
+template <class Rule>
+zvq_seq_status whole_make(Rec& r, Rec* op, zvq_seq_next_fn next, zvq_seq_merge_fn merge) {
+    if (!has_type<typename Rule::Tag>(op)) return SEQ_TYPE_MISMATCH;
+    if (zvq_seq_status s = bind({op})) return s;
+    init_record(r, shape_of<typename Rule::Out>, {next, zvq_seq_reset_unary_iterator, zvq_seq_prepare_aggregate, merge},
+                {op});
+    r.prepared = 0;
+    state_of<state_t<Rule>>(r).partial_count = 0;
+    return SEQ_OK;
+}
+
+}  // namespace zvq
