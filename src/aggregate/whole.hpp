@@ -85,10 +85,19 @@ inline void repeats_upward(const Rec& op, uint32_t from, uint32_t to, uint8_t* o
     for (; k < m; ++k) out[k] = end[-1 - static_cast<ptrdiff_t>(from + k)];
 }
 
+// The fold loop is built twice on x86-64 with GCC, once for AVX2, and the
+// loader picks one: the baseline has no 32-bit lane multiply and no lane
+// sign extension, which the integer run products need.
+#if defined(__x86_64__) && defined(__GNUC__) && !defined(__clang__)
+#define ZVQ_FOLD_CLONES __attribute__((target_clones("avx2", "default")))
+#else
+#define ZVQ_FOLD_CLONES
+#endif
+
 // Folds runs [from, to) of the operand's chunk without touching the
 // operand's read positions. Accumulators stay in locals.
 template <class Rule>
-inline void fold_runs(const Rec& op, uint32_t from, uint32_t to, typename Rule::Acc& acc, double& squares,
+ZVQ_FOLD_CLONES void fold_runs(const Rec& op, uint32_t from, uint32_t to, typename Rule::Acc& acc, double& squares,
                       uint64_t& count) {
     using In = typename Rule::In;
     uint8_t repeats[capacity<Uint1>];
