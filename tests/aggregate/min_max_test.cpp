@@ -64,17 +64,5 @@ TEST(MinMaxNaN, ANaNSeedMakesBothResultsNaN) {
     EXPECT_EQ(value_at<double>(r, 1), 8.0);
 }
 
-TEST(MinMaxDatetime, DeliversDoubles) {
-    // 2^53 + 1 has no double: it comes out rounded to 2^53.
-    const uint64_t two53 = uint64_t{1} << 53;
-    auto s = Script::of<Datetime>({{{two53, 1}, {two53 + 1, 1}, {1, 1}}});
-    zvq_seq_iterator r{};
-    ASSERT_EQ(zvq_seq_agg_min_max_datetime(&r, s.rec()), SEQ_OK);
-    EXPECT_EQ(r.elem_type, ZVQ_SEQ_TYPE_DOUBLE);
-    ASSERT_EQ(r.next(&r), SEQ_OK);
-    EXPECT_EQ(value_at<double>(r, 0), 1.0);
-    EXPECT_EQ(value_at<double>(r, 1), 9007199254740992.0);
-}
-
 }  // namespace
 }  // namespace zvq::test

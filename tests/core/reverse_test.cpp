@@ -2,7 +2,6 @@
 // buffer that the reset releases.
 #include <gtest/gtest.h>
 
-#include <numeric>
 #include <string>
 
 #include "support/scripted_source.hpp"
@@ -97,25 +96,6 @@ TYPED_TEST(Reverse, EmptyOperandEnds) {
     ASSERT_EQ(Rev<Tag>::make(&r, s.rec()), SEQ_OK);
     EXPECT_EQ(r.next(&r), SEQ_END);
     EXPECT_EQ(r.next(&r), SEQ_END);
-}
-
-TEST(ReverseLong, UngetSourceOfManyChunks) {
-    BindingChecks off(0);
-    CountingAllocator alloc;
-    std::vector<int32_t> items(2000);
-    std::iota(items.begin(), items.end(), 0);
-    zvq_seq_iterator src{}, r{};
-    ASSERT_EQ(zvq_seq_unget_int4(&src, items.data(), items.size()), SEQ_OK);
-    ASSERT_EQ(zvq_seq_reverse_int4(&r, &src), SEQ_OK);
-    std::vector<int32_t> out(2000);
-    uint64_t n = out.size();
-    ASSERT_EQ(zvq_seq_get_int4(&r, out.data(), &n), SEQ_OK);
-    EXPECT_EQ(n, 2000u);
-    EXPECT_EQ(out, std::vector<int32_t>(items.rbegin(), items.rend()));
-    int32_t x;
-    EXPECT_EQ(zvq_seq_next_int4(&r, &x), SEQ_END);
-    zvq_seq_free_buffer(&r);  // never reset: the caller releases it
-    EXPECT_EQ(alloc.live_blocks(), 0);
 }
 
 TEST(ReverseLong, AllocatorFailureIsNoMem) {
