@@ -1,0 +1,147 @@
+// agg_count and agg_count_not_null: any operand type, no binding. An
+// in-memory source or a hash aggregate knows its size, so those are asked
+// instead of read, and such a count cannot be summed over parts.
+#include <cstddef>
+#include <cstring>
+
+#include "core/record.hpp"
+#include "hash/hash_table.hpp"
+
+namespace zvq {
+namespace {
+
+bool counts_itself(const Rec* op) { return op->reset == zvq_seq_hash_agg_reset || op->reset == zvq_seq_unget_reset; }
+
+// Steps shared by both counts: the prepared and next_pos tests, then the
+// short ways, which leave the count without walking any chunk.
+enum class Start { Done, Walk, Counted };
+
+Start begin(Rec& r, zvq_seq_status& status, uint64_t& count) {
+    if (r.prepared) {
+        if (r.next_pos == 0) {
+            status = SEQ_END;
+            return Start::Done;
+        }
+        r.prepared = 0;
+        status = SEQ_OK;
+        return Start::Done;
+    }
+    if (r.next_pos != 0) {
+        status = SEQ_END;
+        return Start::Done;
+    }
+    Rec& op = *r.operand[0];
+    if (op.reset == zvq_seq_hash_agg_reset) {
+        // The table's entry count is valid once the first pull has built it.
+        const bool pulled = op.next(&op) == SEQ_OK;
+        const HashPair* pair = state_of<HashAggState>(op).pair;
+        count = pulled && pair != nullptr && pair->table != nullptr ? pair->table->count : 0;
+        return Start::Counted;
+    }
+    if (op.reset == zvq_seq_unget_reset) {
+        count = op.last_pos + 1;  // all ones + 1: an empty array counts 0
+        return Start::Counted;
+    }
+    return Start::Walk;
+}
+
+// Elements, by repeat bytes; a failing operand ends the count, not the answer.
+zvq_seq_status count_next(Rec& r) {
+    zvq_seq_status status = SEQ_OK;
+    uint64_t count = 0;
+    const Start how = begin(r, status, count);
+    if (how == Start::Done) return status;
+    if (how == Start::Walk) {
+        Rec& op = *r.operand[0];
+        while (op.next(&op) == SEQ_OK) count += repeat_sum(op, op.chunk_count);
+    }
+    publish_one<uint64_t>(r, count);
+    return SEQ_OK;
+}
+
+// Bit i of the operand's null flags. Words beyond the two of null_bitmap are
+// the chunk's first bytes, which the record lays out right behind it.
+static_assert(offsetof(zvq_seq_iterator, chunk) == offsetof(zvq_seq_iterator, null_bitmap) + 16);
+
+bool null_flag(const Rec& op, uint32_t i) {
+    const uint32_t word = i / 64;
+    uint64_t bits;
+    if (word < 2)
+        bits = op.null_bitmap[word];
+    else
+        std::memcpy(&bits, op.chunk + (word - 2) * sizeof(uint64_t), sizeof bits);
+    return (bits >> (i % 64)) & 1u;
+}
+
+// Runs, not elements: a flagged slot is a null, whatever its repeat.
+uint64_t not_null_runs(const Rec& op) {
+    if (op.null_bitmap[0] == 0 && op.null_bitmap[1] == 0) return op.chunk_count;
+    uint64_t n = 0;
+    for (uint32_t i = 0; i < op.chunk_count; ++i) n += null_flag(op, i) ? 0u : 1u;
+    return n;
+}
+
+// The repeat byte of the result is left as found; the result's own null
+// flags are cleared instead.
+zvq_seq_status count_not_null_next(Rec& r) {
+    zvq_seq_status status = SEQ_OK;
+    uint64_t count = 0;
+    const Start how = begin(r, status, count);
+    if (how == Start::Done) return status;
+    if (how == Start::Walk) {
+        Rec& op = *r.operand[0];
+        while (op.next(&op) == SEQ_OK) count += not_null_runs(op);
+    }
+    set_value<uint64_t>(r, 0, count);
+    r.chunk_count = 1;
+    r.next_pos = 1;
+    r.null_bitmap[0] = 0;
+    r.null_bitmap[1] = 0;
+    return SEQ_OK;
+}
+
+zvq_seq_status count_merge(Rec& dst, const Rec& src) {
+    set_value<uint64_t>(dst, 0, value_at<uint64_t>(dst, 0) + value_at<uint64_t>(src, 0));
+    return SEQ_OK;
+}
+
+void count_init(Rec& r, Rec* op, zvq_seq_next_fn next) {
+    const bool whole = counts_itself(op);
+    init_record(r, shape_of<Uint8>,
+                {next, zvq_seq_reset_unary_iterator, whole ? nullptr : zvq_seq_prepare_aggregate,
+                 whole ? nullptr : zvq_seq_count_merge},
+                {op});
+    r.prepared = 0;
+}
+
+zvq_seq_status count_make(Rec& r, Rec* op) {
+    count_init(r, op, zvq_seq_count_next);
+    return SEQ_OK;
+}
+
+// Unlike agg_count, the reader's run_pos survives construction.
+zvq_seq_status count_not_null_make(Rec& r, Rec* op) {
+    const uint8_t run_pos = r.run_pos;
+    count_init(r, op, zvq_seq_count_not_null_next);
+    r.run_pos = run_pos;
+    return SEQ_OK;
+}
+
+}  // namespace
+}  // namespace zvq
+
+extern "C" {
+
+zvq_seq_status zvq_seq_agg_count(zvq_seq_iterator* result, zvq_seq_iterator* operand) {
+    return zvq::count_make(*result, operand);
+}
+zvq_seq_status zvq_seq_agg_count_not_null(zvq_seq_iterator* result, zvq_seq_iterator* operand) {
+    return zvq::count_not_null_make(*result, operand);
+}
+zvq_seq_status zvq_seq_count_next(zvq_seq_iterator* it) { return zvq::count_next(*it); }
+zvq_seq_status zvq_seq_count_not_null_next(zvq_seq_iterator* it) { return zvq::count_not_null_next(*it); }
+zvq_seq_status zvq_seq_count_merge(zvq_seq_iterator* destination, zvq_seq_iterator* source) {
+    return zvq::count_merge(*destination, *source);
+}
+
+}  // extern "C"
