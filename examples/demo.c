@@ -79,6 +79,7 @@ static int64_t sum_by_runs(zvq_seq_iterator* root, uint64_t* elements, uint64_t*
 }
 
 static zvq_seq_iterator src, lim, thin, left, right, c1, c2, l1, l2, cat;
+static zvq_seq_iterator whole, avg_whole, ranged, ranged_src, avg_ranged, parts[4], part_avg[4];
 static zvq_seq_iterator price_a, price_b, qty, qty_d, threshold, revenue, expensive, expensive_d, picked;
 
 /* Walks a double sequence chunk by chunk and sums value x repeat. */
@@ -172,7 +173,47 @@ int main(void) {
         check("elements", (int64_t)elements, COLUMN_SIZE);
         check("revenue in cents", (int64_t)(got_d * 100.0 + 0.5), (int64_t)(want_d * 100.0 + 0.5));
         check("same double as the loop, bit for bit", got_d == want_d, 1);
+
+        printf("the road of one request: average prices\n");
+        {
+            double avg = 0, want_avg = 0;
+            zvq_seq_unget_double(&whole, price, COLUMN_SIZE);
+            zvq_seq_agg_avg_double(&avg_whole, &whole);
+            zvq_seq_next_double(&avg_whole, &avg);
+            for (i = 0; i < COLUMN_SIZE; ++i) want_avg += price[i];
+            want_avg /= COLUMN_SIZE;
+            check("average of the column, in 1/1000", (int64_t)(avg * 1000.0), (int64_t)(want_avg * 1000.0));
+            check("same double as the loop, bit for bit", avg == want_avg, 1);
+            check("a second pull ends the sequence", zvq_seq_next_double(&avg_whole, &avg), SEQ_END);
+
+            zvq_seq_unget_double(&ranged_src, price, COLUMN_SIZE);
+            zvq_seq_limit(&ranged, &ranged_src, 1000000, 1999999);
+            zvq_seq_agg_avg_double(&avg_ranged, &ranged);
+            zvq_seq_next_double(&avg_ranged, &avg);
+            for (want_avg = 0, i = 1000000; i <= 1999999; ++i) want_avg += price[i];
+            want_avg /= 1000000;
+            check("average of positions 1000000..1999999, in 1/1000", (int64_t)(avg * 1000.0),
+                  (int64_t)(want_avg * 1000.0));
+        }
         free(price);
+    }
+
+    printf("computing in parts: four trees prepared, merged, read\n");
+    {
+        const uint64_t quarter = COLUMN_SIZE / 4;
+        double avg = 0, want_avg = 0;
+        int k;
+        for (k = 0; k < 4; ++k) {
+            zvq_seq_unget_int4(&parts[k], col + k * quarter, quarter);
+            zvq_seq_agg_avg_int4(&part_avg[k], &parts[k]);
+            if (part_avg[k].prepare(&part_avg[k]) != SEQ_OK) ++failures;
+        }
+        for (k = 1; k < 4; ++k) part_avg[0].merge(&part_avg[0], &part_avg[k]);
+        zvq_seq_next_double(&part_avg[0], &avg);
+        for (i = 0; i < COLUMN_SIZE; ++i) want_avg += col[i];
+        want_avg /= COLUMN_SIZE;
+        check("merged average, in 1/1000000", (int64_t)(avg * 1e6), (int64_t)(want_avg * 1e6));
+        check("exactly the average of the whole", avg == want_avg, 1);
     }
 
     free(col);
