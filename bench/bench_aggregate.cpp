@@ -13,44 +13,7 @@
 namespace {
 
 constexpr size_t kElements = 10'000'000;
-constexpr uint8_t kRun = 255;
-
-// Serves runs (values[i], 255) from an array: a stored column of constant
-// stretches, without expanding them.
-template <class V>
-struct RunArray {
-    const V* values;
-    uint64_t count;
-    uint64_t pos;
-
-    static RunArray& of(zvq_seq_iterator* it) { return *reinterpret_cast<RunArray*>(it->state.bytes); }
-
-    static zvq_seq_status next(zvq_seq_iterator* it) {
-        RunArray& s = of(it);
-        constexpr uint64_t cap = 4096 / (sizeof(V) + 1);
-        const uint64_t n = s.count - s.pos < cap ? s.count - s.pos : cap;
-        if (n == 0) return SEQ_END;
-        std::memcpy(it->chunk, s.values + s.pos, n * sizeof(V));
-        std::memset(it->chunk + 4096 - n, kRun, n);
-        s.pos += n;
-        it->chunk_count = static_cast<uint16_t>(n);
-        it->next_pos += n * kRun;
-        return SEQ_OK;
-    }
-    static zvq_seq_status reset(zvq_seq_iterator* it) {
-        of(it).pos = 0;
-        return zvq_seq_reset_iterator(it);
-    }
-    static void make(zvq_seq_iterator* it, const std::vector<V>& values, uint8_t type) {
-        *it = zvq_seq_iterator{};
-        it->next = next;
-        it->reset = reset;
-        it->elem_size = sizeof(V);
-        it->elem_type = type;
-        it->last_pos = ~uint64_t{0};
-        new (it->state.bytes) RunArray{values.data(), values.size(), 0};
-    }
-};
+constexpr uint8_t kRun = zvq::bench::kStretch;
 
 using Ctor = zvq_seq_status (*)(zvq_seq_iterator*, zvq_seq_iterator*);
 
@@ -101,7 +64,7 @@ void run(benchmark::State& state, Ctor ctor, Op op, uint8_t type, bool stretches
     if (stretches) {
         runs.clear();
         for (size_t i = 0; i < expanded.size(); i += kRun) runs.push_back(expanded[i]);
-        RunArray<V>::make(&source, runs, type);
+        zvq::bench::StretchSource<V>::make(&source, type, runs);
     } else {
         source = zvq_seq_iterator{};
         // The unget member of this type, through the type code.

@@ -7,11 +7,53 @@
 
 #include <benchmark/benchmark.h>
 
+#include <algorithm>
 #include <chrono>
+#include <cstring>
 #include <cstdint>
 #include <vector>
 
+#include "zvq/seq.h"
+
 namespace zvq::bench {
+
+inline constexpr uint8_t kStretch = 255;
+
+// A source serving (values[j], 255) runs from an array: a column of long
+// constant stretches without expanding it.
+template <class V>
+struct StretchSource {
+    const V* values;
+    uint64_t runs;
+    uint64_t served;
+
+    static StretchSource& of(zvq_seq_iterator* it) { return *reinterpret_cast<StretchSource*>(it->state.bytes); }
+
+    static zvq_seq_status next(zvq_seq_iterator* it) {
+        StretchSource& s = of(it);
+        if (s.served == s.runs) return SEQ_END;
+        const uint64_t n = std::min<uint64_t>(s.runs - s.served, 4096 / (sizeof(V) + 1));
+        std::memcpy(it->chunk, s.values + s.served, n * sizeof(V));
+        std::memset(it->chunk + 4096 - n, kStretch, n);
+        s.served += n;
+        it->chunk_count = static_cast<uint16_t>(n);
+        it->next_pos += n * kStretch;
+        return SEQ_OK;
+    }
+    static zvq_seq_status reset(zvq_seq_iterator* it) {
+        of(it).served = 0;
+        return zvq_seq_reset_iterator(it);
+    }
+    static void make(zvq_seq_iterator* it, uint8_t type, const std::vector<V>& values) {
+        std::memset(it, 0, sizeof *it);
+        it->next = next;
+        it->reset = reset;
+        it->elem_size = sizeof(V);
+        it->elem_type = type;
+        it->last_pos = ~uint64_t{0};
+        of(it) = {values.data(), values.size(), 0};
+    }
+};
 
 // n values with runs of length `run` (1: all distinct neighbours).
 template <class V>
