@@ -55,44 +55,31 @@ TEST(Const, CharCopiesTheWidthAndRejectsWhatStateCannotHold) {
     EXPECT_EQ(zvq_seq_const_char(&c, wide.data(), wide.size()), SEQ_TYPE_MISMATCH);
 }
 
-TEST(Unget, ChunksOfCapacityThenEnd) {
+TEST(Unget, ChunksOfCapacityThenEndAndEmpty) {
     auto data = iota(820);
     zvq_seq_iterator u{};
-    ASSERT_EQ(zvq_seq_unget_int4(&u, data.data(), 819), SEQ_OK);
-    EXPECT_EQ(u.last_pos, 818u);
-    auto chunks = drain_chunks<int32_t>(u);
-    ASSERT_EQ(chunks.size(), 1u);
-    EXPECT_EQ(chunks[0].size(), 819u);
-
     ASSERT_EQ(zvq_seq_unget_int4(&u, data.data(), 820), SEQ_OK);
+    EXPECT_EQ(u.last_pos, 819u);
     zvq_seq_status last;
-    chunks = drain_chunks<int32_t>(u, &last);
+    auto chunks = drain_chunks<int32_t>(u, &last);
     ASSERT_EQ(chunks.size(), 2u);
+    EXPECT_EQ(chunks[0].size(), 819u);
     EXPECT_EQ(chunks[1], (Chunk<int32_t>{{819, 1}}));
-    EXPECT_EQ(last, SEQ_END);
     EXPECT_EQ(u.next(&u), SEQ_END);
     EXPECT_EQ(u.reset, zvq_seq_unget_reset);
-}
 
-TEST(Unget, EmptyArrayEndsAtOnce) {
-    zvq_seq_iterator u{};
     ASSERT_EQ(zvq_seq_unget_double(&u, nullptr, 0), SEQ_OK);
     EXPECT_EQ(u.last_pos, kAllOnes);
-    EXPECT_EQ(u.next(&u), SEQ_END);
     double out[4];
     uint64_t n = 4;
     EXPECT_EQ(zvq_seq_get_double(&u, out, &n), SEQ_END);
-}
 
-TEST(Unget, CharStridesByWidth) {
     const char items[] = "ab\0cd\0ef\0";
-    zvq_seq_iterator u{};
+    char text[9];
+    n = 3;
     ASSERT_EQ(zvq_seq_unget_char(&u, items, 3, 3), SEQ_OK);
-    char out[9];
-    uint64_t n = 3;
-    ASSERT_EQ(zvq_seq_get_char(&u, out, &n), SEQ_OK);
-    EXPECT_EQ(n, 3u);
-    EXPECT_EQ(std::memcmp(out, items, 9), 0);
+    ASSERT_EQ(zvq_seq_get_char(&u, text, &n), SEQ_OK);
+    EXPECT_EQ(std::memcmp(text, items, 9), 0) << "char strides by its width";
 }
 
 // A provider over a list of scripted inner sequences.
@@ -155,13 +142,6 @@ TEST(Join, CopiesRunsAcrossInnerSequencesIntoFullChunks) {
     EXPECT_EQ(j.next(&j), SEQ_END) << "exhausted stays exhausted";
     ASSERT_EQ(j.reset(&j), SEQ_OK);
     EXPECT_EQ(drain_runs<int32_t>(j).size(), 1004u);
-}
-
-TEST(Join, EmptyProviderAndFailingInner) {
-    Provider p;
-    zvq_seq_iterator j{};
-    ASSERT_EQ(zvq_seq_join_int4(&j, &p.meta), SEQ_OK);
-    EXPECT_EQ(j.next(&j), SEQ_END);
 }
 
 TEST(Thin, TakesEveryStepthElement) {
@@ -233,28 +213,24 @@ TEST(Limit, CutsTheFirstAndLastRun) {
     EXPECT_EQ(l.next_pos, 13u);
 }
 
-TEST(Limit, SingleElementAndSpansOfChunks) {
-    auto one = Script::of<Int4>({{{1, 5}, {2, 5}}});
-    zvq_seq_iterator l{};
-    ASSERT_EQ(zvq_seq_limit(&l, one.rec(), 0, 0), SEQ_OK);
-    EXPECT_EQ(drain_runs<int32_t>(l), (std::vector<R4>{{1, 1}}));
-
-    auto src = Script::of<Int4>({{{1, 5}, {2, 5}}, {{3, 5}}, {{4, 5}, {5, 5}}});
-    ASSERT_EQ(zvq_seq_limit(&l, src.rec(), 7, 21), SEQ_OK);
-    EXPECT_EQ(drain_runs<int32_t>(l), (std::vector<R4>{{2, 3}, {3, 5}, {4, 5}, {5, 2}}));
-    ASSERT_EQ(l.reset(&l), SEQ_OK);
-    EXPECT_EQ(expand(drain_runs<int32_t>(l)).size(), 15u);
-}
-
-TEST(Limit, FromBeyondTheEndOrAboveTo) {
-    auto src = Script::of<Int4>({{{1, 5}}});
-    zvq_seq_iterator l{};
-    ASSERT_EQ(zvq_seq_limit(&l, src.rec(), 5, 9), SEQ_OK);
-    EXPECT_EQ(l.next(&l), SEQ_END);
-    auto src2 = Script::of<Int4>({{{1, 5}}});
-    ASSERT_EQ(zvq_seq_limit(&l, src2.rec(), 3, 2), SEQ_OK);
-    EXPECT_EQ(l.next(&l), SEQ_END);
-    EXPECT_EQ(l.next_pos, 3u) << "the skip happened";
+TEST(Limit, RangesOverChunks) {
+    struct Case {
+        uint64_t from, to;
+        std::vector<R4> want;
+    } cases[] = {
+        {0, 0, {{1, 1}}},                              // to 0 is not the unbounded all ones
+        {7, 21, {{2, 3}, {3, 5}, {4, 5}, {5, 2}}},     // first and last run cut, whole runs between
+        {25, 30, {}},                                  // from beyond the end
+        {3, 2, {}},                                    // from above to: SEQ_END after the skip
+    };
+    for (const auto& c : cases) {
+        auto src = Script::of<Int4>({{{1, 5}, {2, 5}}, {{3, 5}}, {{4, 5}, {5, 5}}});
+        zvq_seq_iterator l{};
+        ASSERT_EQ(zvq_seq_limit(&l, src.rec(), c.from, c.to), SEQ_OK);
+        zvq_seq_status last;
+        EXPECT_EQ(drain_runs<int32_t>(l, &last), c.want) << c.from;
+        EXPECT_EQ(last, SEQ_END);
+    }
 }
 
 TEST(Limit, OverAnotherLimitCountsFromItsFirstPosition) {
