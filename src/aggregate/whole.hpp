@@ -95,9 +95,9 @@ inline void repeats_upward(const Rec& op, uint32_t from, uint32_t to, uint8_t* o
 #endif
 
 // Folds runs [from, to) of the operand's chunk without touching the
-// operand's read positions. Accumulators stay in locals.
+// operand's read positions. Accumulators stay in locals. Internal linkage
+// keeps the clones and their resolver out of the export table.
 template <class Rule>
-// Internal linkage: the clones and their resolver must not be exported.
 static ZVQ_FOLD_CLONES void fold_runs(const Rec& op, uint32_t from, uint32_t to, typename Rule::Acc& acc, double& squares,
                       uint64_t& count) {
     using In = typename Rule::In;
