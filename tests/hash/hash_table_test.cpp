@@ -87,6 +87,7 @@ TEST(HashTable, InsertFindAndGrowth) {
         for (uint32_t k = 1; k <= 10 && load_factor > 0; ++k)
             expected.push_back({zvq_int_get_prime_number(k - 1) - 1, zvq_int_get_prime_number(k)});
         EXPECT_EQ(growths, expected);
+        EXPECT_EQ(entries_of(*b.table(), 4).size(), 3000u);
         ++e[4]->hash;  // now names a bucket its key does not hash to
         uint64_t grow_at;
         ASSERT_EQ(grow_table(&b.ctx, *b.table(), 4, grow_at), SEQ_OK);
