@@ -14,9 +14,7 @@ using test::Script;
 using Runs = std::vector<test::Run<uint32_t>>;
 
 template <class V>
-uint32_t h(V value, uint32_t seed = kHashSeed) {
-    return murmur_hash3_32(&value, sizeof value, seed);
-}
+uint32_t h(V value, uint32_t seed = kHashSeed) { return murmur_hash3_32(&value, sizeof value, seed); }
 
 // Published vectors: each tail length, whole blocks, block plus tail, seeds.
 TEST(Murmur, PublishedVectors) {

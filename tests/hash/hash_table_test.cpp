@@ -111,8 +111,7 @@ TEST(HashTable, NarrowKeysAreRawBytesInline) {
     ASSERT_EQ(add(w, &eight), SEQ_OK);
     EXPECT_EQ(find(w, &eight)->key, eight);
     EXPECT_EQ(block_count(*w.table()), 1u);
-    f.release();
-    w.release();
+    for (Table* t : {&f, &w}) t->release();
 }
 
 // Keys 2^63 or more apart compare the other way round from either order.
