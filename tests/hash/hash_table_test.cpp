@@ -201,5 +201,44 @@ TEST(HashPair, WideKeyTableFreedWithThePair) {
     EXPECT_FALSE(alloc.size_mismatch());
 }
 
+// Sizing rounds a request up to an even rung (growth visits the odd ones);
+// keys wider than the scratch area are refused; the pair's reset is the
+// identity of hash aggregates and replays without touching the table.
+TEST(HashPair, SizingKeyWidthResetAndBluntRelease) {
+    EXPECT_EQ(table_size_for(3), zvq_int_get_prime_number(2));
+    EXPECT_EQ(table_size_for(12), zvq_int_get_prime_number(4));
+    EXPECT_EQ(table_size_for(0), table_size_for(zvq_seq_hash_table_init_size));
+    EXPECT_EQ(table_size_for(~uint64_t{0}), zvq_int_get_prime_number(kLadderTop));
+    zvq_seq_iterator keys{};
+    keys.elem_size = 33;
+    EXPECT_EQ(check_key_width(keys), SEQ_TYPE_MISMATCH);
+    keys.elem_size = 32;
+    EXPECT_EQ(check_key_width(keys), SEQ_OK);
+
+    test::CountingAllocator alloc;
+    Table b(8, 5);
+    uint64_t key = 7;
+    ASSERT_EQ(add(b, &key), SEQ_OK);
+    zvq_seq_iterator agg{}, grp{};
+    HashAggState &a = state_of<HashAggState>(agg), &g = state_of<HashAggState>(grp);
+    auto* p = static_cast<HashPair*>(zvq_seq_malloc(&agg, sizeof(HashPair)));
+    *p = {b.table(), &a, &g};
+    a.pair = g.pair = p;
+    agg.reset = zvq_seq_hash_agg_reset;
+    a.cursor_bucket = 3;
+    a.cursor_entry = reinterpret_cast<HashEntry*>(p);
+    agg.next_pos = 9;
+    EXPECT_EQ(zvq_seq_is_hash_aggreate(&agg), 1u);
+    EXPECT_EQ(zvq_seq_is_hash_aggreate(&keys), 0u);
+    EXPECT_EQ(agg.reset(&agg), SEQ_OK);
+    EXPECT_EQ(a.cursor_bucket, 0u);
+    EXPECT_EQ(a.cursor_entry, nullptr);
+    EXPECT_EQ(agg.next_pos, 0u);
+    EXPECT_EQ(p->table, b.table()) << "the table stays for a replay";
+    zvq_seq_release_hash(&agg);
+    EXPECT_EQ(alloc.live_blocks(), 0);
+    EXPECT_FALSE(alloc.size_mismatch());
+}
+
 }  // namespace
 }  // namespace zvq
