@@ -10,34 +10,27 @@ namespace {
 using namespace zvq;
 using namespace zvq::test;
 
-TEST(BinaryKernel, UnequalRunsFragmentIntoOverlapsThatStaySeparate) {
-    Script l = Script::of<Int4>({{{7, 5}, {3, 2}}}), r = Script::of<Int4>({{{2, 3}, {1, 4}}});
-    zvq_seq_iterator sum{};
-    ASSERT_EQ(zvq_seq_add_int4(&sum, l.rec(), r.rec()), SEQ_OK);
-    EXPECT_EQ(drain_runs<int32_t>(sum), (Runs<int32_t>{{9, 3}, {8, 2}, {4, 2}}));
-    // Equal neighbouring results are not merged.
-    Script l2 = Script::of<Int4>({{{7, 5}, {7, 2}}}), r2 = Script::of<Int4>({{{7, 3}, {7, 4}}});
-    zvq_seq_iterator eq{};
-    ASSERT_EQ(zvq_seq_eq_int4(&eq, l2.rec(), r2.rec()), SEQ_OK);
-    EXPECT_EQ(drain_runs<uint8_t>(eq), (Runs<uint8_t>{{1, 3}, {1, 2}, {1, 2}}));
-}
-
-TEST(BinaryKernel, ShorterOperandEndsTheOutputAndItsEndRepeats) {
-    Script l = Script::of<Int4>({{{1, 2}, {2, 1}}}), r = Script::of<Int4>({{{10, 5}}});
+// Overlaps of unequal runs; the longer right operand is left mid-run when
+// the left one ends, and the left end repeats.
+TEST(BinaryKernel, RunsFragmentIntoOverlapsAndTheShorterOperandEndsTheOutput) {
+    Script l = Script::of<Int4>({{{7, 5}, {3, 2}}}), r = Script::of<Int4>({{{2, 3}, {1, 6}}});
     zvq_seq_iterator out{};
     ASSERT_EQ(zvq_seq_add_int4(&out, l.rec(), r.rec()), SEQ_OK);
     ASSERT_EQ(out.next(&out), SEQ_OK);
-    ASSERT_EQ(out.chunk_count, 2);
-    EXPECT_EQ(value_at<int32_t>(out, 1), 12);
-    EXPECT_EQ(repeat_at(out, 1), 1);
-    EXPECT_EQ(r.rec()->run_pos, 3);  // the longer operand's partial run keeps its place
-    for (int again = 0; again < 2; ++again) {
-        EXPECT_EQ(out.next(&out), SEQ_END);
-        EXPECT_EQ(out.chunk_count, 2);
-        EXPECT_EQ(out.next_pos, 3u);
-    }
+    EXPECT_EQ(r.rec()->run_pos, 4);
+    EXPECT_EQ(out.next(&out), SEQ_END);
+    EXPECT_EQ(out.next(&out), SEQ_END);
+    EXPECT_EQ(out.chunk_count, 3);
+    EXPECT_EQ(out.next_pos, 7u);
     EXPECT_EQ(l.pulls(), 4u);
     EXPECT_EQ(r.pulls(), 1u);
+    ASSERT_EQ(out.reset(&out), SEQ_OK);
+    EXPECT_EQ(drain_runs<int32_t>(out), (Runs<int32_t>{{9, 3}, {8, 2}, {4, 2}}));
+    EXPECT_EQ(out.next_pos, 7u);
+    // Equal neighbouring results are not merged.
+    Script l2 = Script::of<Int4>({{{7, 5}, {7, 2}}}), r2 = Script::of<Int4>({{{7, 3}, {7, 4}}});
+    ASSERT_EQ(zvq_seq_eq_int4(&out, l2.rec(), r2.rec()), SEQ_OK);
+    EXPECT_EQ(drain_runs<uint8_t>(out), (Runs<uint8_t>{{1, 3}, {1, 2}, {1, 2}}));
 }
 
 TEST(BinaryKernel, RunOf255AgainstSinglesWrapsRunPosOnce) {
@@ -61,17 +54,13 @@ TEST(BinaryKernel, TwoConstantsCostOneRunPer255Elements) {
     ASSERT_EQ(sum.chunk_count, 819);
     EXPECT_EQ(sum.next_pos, 208845u);
     EXPECT_EQ(value_at<int32_t>(sum, 818), 42);
-    EXPECT_EQ(repeat_at(sum, 818), 255);
 }
 
 // The bound is the uint1 capacity: 2048 runs a side, over four int8 chunks.
 TEST(BinaryKernel, ComparisonConsumesSeveralOperandChunksPerCall) {
     std::vector<Chunk<int64_t>> lc, rc;
     for (int c = 0; c < 6; ++c) lc.push_back(singles<int64_t>(455, c * 455));
-    for (int c = 0; c < 10; ++c) {  // other chunk borders on the right, every third value equal
-        rc.push_back(singles<int64_t>(300, c * 300));
-        for (int j = 0; j < 300; ++j) rc.back()[j].value += (c * 300 + j) % 3 != 0;
-    }
+    for (int c = 0; c < 10; ++c) rc.push_back(singles<int64_t>(300, c * 300 + c % 2));  // other borders
     Script l = Script::of<Int8>(lc), r = Script::of<Int8>(rc);
     zvq_seq_iterator out{};
     ASSERT_EQ(zvq_seq_eq_int8(&out, l.rec(), r.rec()), SEQ_OK);
@@ -81,7 +70,7 @@ TEST(BinaryKernel, ComparisonConsumesSeveralOperandChunksPerCall) {
     EXPECT_EQ(l.pulls(), 5u);
     EXPECT_EQ(r.pulls(), 7u);
     EXPECT_EQ(l.rec()->chunk_pos, 2048 - 4 * 455);
-    for (uint32_t k = 0; k < 2048; ++k) ASSERT_EQ(value_at<uint8_t>(out, k), k % 3 == 0) << k;
+    for (uint32_t k = 0; k < 2048; ++k) ASSERT_EQ(value_at<uint8_t>(out, k), k / 300 % 2 == 0) << k;
 }
 
 // Random layouts against the overlap rule applied run by run, so that
@@ -93,7 +82,8 @@ TEST(BinaryKernel, EqualRepeatStretchesMatchTheRunByRunRule) {
         for (int j = 0; j < runs; ++j) {
             if (j % per_chunk == 0) chunks.emplace_back();
             const uint8_t rep = gen() % 4 == 0 ? static_cast<uint8_t>(1 + gen() % 255) : 1;
-            chunks.back().push_back(flat.emplace_back(zvq::test::Run<int32_t>{static_cast<int32_t>(gen() % 1000), rep}));
+            flat.push_back({static_cast<int32_t>(gen() % 1000), rep});
+            chunks.back().push_back(flat.back());
         }
         return Script::of<Int4>(chunks);
     };
@@ -119,7 +109,7 @@ TEST(BinaryKernel, SameRecordOnBothSidesAdvancesTwicePerRun) {
     EXPECT_EQ(drain_runs<int32_t>(out), (Runs<int32_t>{{4, 1}, {8, 1}}));
 }
 
-TEST(BinaryKernel, OperandFailureMidStreamIsPassedUpAndResetClearsIt) {
+TEST(BinaryKernel, OperandFailureMidStreamIsPassedUpUnchanged) {
     for (const bool fail_left : {true, false}) {
         SCOPED_TRACE(fail_left ? "left fails" : "right fails");
         // A full chunk, then 10 runs into the second refill, then the failure.
@@ -133,32 +123,25 @@ TEST(BinaryKernel, OperandFailureMidStreamIsPassedUpAndResetClearsIt) {
         EXPECT_EQ(out.chunk_count, 819);
         EXPECT_EQ(value_at<int32_t>(out, 818), 818 * 2 + 1);
         EXPECT_EQ(out.next_pos, 819u + 10);  // already counts the abandoned runs
-        ASSERT_EQ(out.reset(&out), SEQ_OK);
-        EXPECT_EQ(out.next_pos, 0u);
-        EXPECT_EQ(l.resets() + r.resets(), 2u);
     }
 }
 
 TEST(BinaryConstructor, TypesAreTestedBeforeBindingsAndFailuresAlterNothing) {
     BindingChecks on(1);
     Script i8 = Script::of<Int8>({}), u8 = Script::of<Uint8>({}), dt = Script::of<Datetime>({});
-    Script taken = Script::of<Uint8>({}), b1 = Script::of<Uint1>({});
+    Script taken = Script::of<Uint8>({});
     taken.rec()->bound = 1;
     zvq_seq_iterator pristine, out;
     std::memset(&pristine, 0x5C, sizeof pristine);
     out = pristine;
     EXPECT_EQ(zvq_seq_add_uint8(&out, u8.rec(), dt.rec()), SEQ_TYPE_MISMATCH);  // same C type, other code
     EXPECT_EQ(zvq_seq_min_int8(&out, i8.rec(), taken.rec()), SEQ_TYPE_MISMATCH);
-    EXPECT_EQ(zvq_seq_xor(&out, b1.rec(), i8.rec()), SEQ_TYPE_MISMATCH);
     EXPECT_EQ(zvq_seq_max_uint8(&out, u8.rec(), taken.rec()), SEQ_ALREADY_BOUND);
     EXPECT_EQ(std::memcmp(&out, &pristine, sizeof out), 0);
-    EXPECT_EQ(u8.rec()->bound + i8.rec()->bound + b1.rec()->bound, 0);
+    EXPECT_EQ(u8.rec()->bound + i8.rec()->bound, 0);
 
     ASSERT_EQ(zvq_seq_gt_double(&out, Script::of<Double>({}).rec(), Script::of<Double>({}).rec()), SEQ_OK);
     EXPECT_EQ(out.elem_type, ZVQ_SEQ_TYPE_UINT1);
-    EXPECT_EQ(out.elem_size, 1);
-    EXPECT_EQ(out.next, &zvq_seq_gt_double_next);
-    EXPECT_EQ(out.reset, &zvq_seq_reset_binary_iterator);
 }
 
 }  // namespace

@@ -18,7 +18,7 @@ using Runs = std::vector<Run<V>>;  // Run alone is hidden by testing::Test::Run 
 
 using NumericTags = ::testing::Types<Uint1, Uint2, Uint4, Uint8, Int1, Int2, Int4, Int8, Float, Double, Datetime>;
 using SignedTags = ::testing::Types<Int1, Int2, Int4, Int8>;
-using UnsignedTags = ::testing::Types<Uint1, Uint2, Uint4, Uint8, Datetime>;
+using IntegerTags = ::testing::Types<Uint1, Uint2, Uint4, Uint8, Int1, Int2, Int4, Int8, Datetime>;
 using FloatTags = ::testing::Types<Float, Double>;
 
 template <class Tag>
