@@ -121,7 +121,6 @@ TEST(BinaryKernel, OperandFailureMidStreamIsPassedUpUnchanged) {
         ASSERT_EQ(out.next(&out), SEQ_OK);
         EXPECT_EQ(out.next(&out), SEQ_NOMEM);
         EXPECT_EQ(out.chunk_count, 819);
-        EXPECT_EQ(value_at<int32_t>(out, 818), 818 * 2 + 1);
         EXPECT_EQ(out.next_pos, 819u + 10);  // already counts the abandoned runs
     }
 }

@@ -23,14 +23,14 @@ using FloatTags = ::testing::Types<Float, Double>;
 
 template <class Tag>
 struct Ops;
-#define ZVQ_TEST_OPS(n, Tag, ctype)                                                                                 \
-    template <>                                                                                                     \
-    struct Ops<Tag> {                                                                                               \
-        static constexpr Binary add = zvq_seq_add_##n, sub = zvq_seq_sub_##n, mul = zvq_seq_mul_##n,                \
-                                div = zvq_seq_div_##n, mod = zvq_seq_mod_##n, max = zvq_seq_max_##n,                \
+#define ZVQ_TEST_OPS(n, Tag, ctype)                                                                                   \
+    template <>                                                                                                       \
+    struct Ops<Tag> {                                                                                                 \
+        static constexpr Binary add = zvq_seq_add_##n, sub = zvq_seq_sub_##n, mul = zvq_seq_mul_##n,                  \
+                                div = zvq_seq_div_##n, mod = zvq_seq_mod_##n, max = zvq_seq_max_##n,                  \
                                 min = zvq_seq_min_##n, eq = zvq_seq_eq_##n, ne = zvq_seq_ne_##n, ge = zvq_seq_ge_##n, \
-                                le = zvq_seq_le_##n, gt = zvq_seq_gt_##n, lt = zvq_seq_lt_##n;                      \
-        static constexpr Unary abs = zvq_seq_abs_##n, neg = zvq_seq_neg_##n;                                         \
+                                le = zvq_seq_le_##n, gt = zvq_seq_gt_##n, lt = zvq_seq_lt_##n;                        \
+        static constexpr Unary abs = zvq_seq_abs_##n, neg = zvq_seq_neg_##n;                                          \
     };
 ZVQ_NUMERIC_TYPES(ZVQ_TEST_OPS)
 #undef ZVQ_TEST_OPS
