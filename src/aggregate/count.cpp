@@ -12,52 +12,41 @@ namespace {
 
 bool counts_itself(const Rec* op) { return op->reset == zvq_seq_hash_agg_reset || op->reset == zvq_seq_unget_reset; }
 
-// Steps shared by both counts: the prepared and next_pos tests, then the
-// short ways, which leave the count without walking any chunk.
-enum class Start { Done, Walk, Counted };
-
-Start begin(Rec& r, zvq_seq_status& status, uint64_t& count) {
-    if (r.prepared) {
-        if (r.next_pos == 0) {
-            status = SEQ_END;
-            return Start::Done;
-        }
-        r.prepared = 0;
-        status = SEQ_OK;
-        return Start::Done;
-    }
-    if (r.next_pos != 0) {
-        status = SEQ_END;
-        return Start::Done;
-    }
-    Rec& op = *r.operand[0];
+// The short ways: a source that knows its size is asked, not read. Returns
+// false when the operand must be walked.
+bool known_count(Rec& op, uint64_t& count) {
     if (op.reset == zvq_seq_hash_agg_reset) {
         // The table's entry count is valid once the first pull has built it.
         const bool pulled = op.next(&op) == SEQ_OK;
         const HashPair* pair = state_of<HashAggState>(op).pair;
         count = pulled && pair != nullptr && pair->table != nullptr ? pair->table->count : 0;
-        return Start::Counted;
+        return true;
     }
     if (op.reset == zvq_seq_unget_reset) {
         count = op.last_pos + 1;  // all ones + 1: an empty array counts 0
-        return Start::Counted;
+        return true;
     }
-    return Start::Walk;
+    return false;
 }
 
-// Elements, by repeat bytes; a failing operand ends the count, not the answer.
-zvq_seq_status count_next(Rec& r) {
-    zvq_seq_status status = SEQ_OK;
+// Both counts: what a chunk adds, and how the count is published. A failing
+// operand ends the count, not the answer.
+template <uint64_t (*per_chunk)(const Rec&), void (*publish)(Rec&, uint64_t)>
+zvq_seq_status counting_next(Rec& r) {
+    zvq_seq_status status;
+    if (settled_aggregate(r, status)) return status;
+    Rec& op = *r.operand[0];
     uint64_t count = 0;
-    const Start how = begin(r, status, count);
-    if (how == Start::Done) return status;
-    if (how == Start::Walk) {
-        Rec& op = *r.operand[0];
-        while (op.next(&op) == SEQ_OK) count += repeat_sum(op, op.chunk_count);
-    }
-    publish_one<uint64_t>(r, count);
+    if (!known_count(op, count))
+        while (op.next(&op) == SEQ_OK) count += per_chunk(op);
+    publish(r, count);
     return SEQ_OK;
 }
+
+// Elements, by repeat bytes.
+uint64_t elements(const Rec& op) { return repeat_sum(op, op.chunk_count); }
+
+void publish_count(Rec& r, uint64_t count) { publish_one<uint64_t>(r, count); }
 
 // Bit i of the operand's null flags. Words beyond the two of null_bitmap are
 // the chunk's first bytes, which the record lays out right behind it.
@@ -83,22 +72,16 @@ uint64_t not_null_runs(const Rec& op) {
 
 // The repeat byte of the result is left as found; the result's own null
 // flags are cleared instead.
-zvq_seq_status count_not_null_next(Rec& r) {
-    zvq_seq_status status = SEQ_OK;
-    uint64_t count = 0;
-    const Start how = begin(r, status, count);
-    if (how == Start::Done) return status;
-    if (how == Start::Walk) {
-        Rec& op = *r.operand[0];
-        while (op.next(&op) == SEQ_OK) count += not_null_runs(op);
-    }
+void publish_not_null_count(Rec& r, uint64_t count) {
     set_value<uint64_t>(r, 0, count);
     r.chunk_count = 1;
     r.next_pos = 1;
     r.null_bitmap[0] = 0;
     r.null_bitmap[1] = 0;
-    return SEQ_OK;
 }
+
+zvq_seq_status count_next(Rec& r) { return counting_next<elements, publish_count>(r); }
+zvq_seq_status count_not_null_next(Rec& r) { return counting_next<not_null_runs, publish_not_null_count>(r); }
 
 zvq_seq_status count_merge(Rec& dst, const Rec& src) {
     set_value<uint64_t>(dst, 0, value_at<uint64_t>(dst, 0) + value_at<uint64_t>(src, 0));

@@ -122,16 +122,11 @@ using state_t = WholeState<typename Rule::Acc>;
 template <class Rule>
 zvq_seq_status whole_next(Rec& r) {
     using In = typename Rule::In;
-    if (r.prepared) {
-        // The prepare already drained the part; hand out its result once.
-        if (r.next_pos == 0) return SEQ_END;
-        r.prepared = 0;
-        return SEQ_OK;
-    }
-    if (r.next_pos != 0) return SEQ_END;
+    zvq_seq_status s;
+    if (settled_aggregate(r, s)) return s;
 
     Rec& op = *r.operand[0];
-    zvq_seq_status s = op.next(&op);
+    s = op.next(&op);
     if (s != SEQ_OK) return s;
 
     typename Rule::Acc a{};

@@ -51,9 +51,14 @@ inline uint8_t* slot_ptr(Rec& r, uint32_t i) { return r.chunk + static_cast<size
 inline uint8_t repeat_at(const Rec& r, uint32_t i) { return r.chunk[4095u - i]; }
 inline void set_repeat(Rec& r, uint32_t i, uint8_t n) { r.chunk[4095u - i] = n; }
 
-// The repeat area of runs [0, n) is the n bytes ending at byte 4095.
-inline uint8_t* repeat_area(Rec& r, uint32_t n) { return r.chunk + 4096u - n; }
-inline const uint8_t* repeat_area(const Rec& r, uint32_t n) { return r.chunk + 4096u - n; }
+// The repeat bytes of runs [from, from + n) are one block of n bytes, run
+// from + n - 1 at its lowest address.
+inline uint8_t* repeat_block(Rec& r, uint32_t from, uint32_t n) { return r.chunk + 4096u - from - n; }
+inline const uint8_t* repeat_block(const Rec& r, uint32_t from, uint32_t n) { return r.chunk + 4096u - from - n; }
+
+// The repeat area of runs [0, n): the n bytes ending at byte 4095.
+inline uint8_t* repeat_area(Rec& r, uint32_t n) { return repeat_block(r, 0, n); }
+inline const uint8_t* repeat_area(const Rec& r, uint32_t n) { return repeat_block(r, 0, n); }
 
 // Runs a chunk of this record holds: a constant for the fixed-size types,
 // from elem_size for char.
@@ -100,15 +105,18 @@ inline void take(Rec& r, uint8_t k) {
 inline void copy_runs(Rec& dst, uint32_t to, const Rec& src, uint32_t from, uint32_t n) {
     std::memcpy(dst.chunk + static_cast<size_t>(to) * dst.elem_size,
                 src.chunk + static_cast<size_t>(from) * src.elem_size, static_cast<size_t>(n) * src.elem_size);
-    std::memcpy(dst.chunk + 4096u - to - n, src.chunk + 4096u - from - n, n);
+    std::memcpy(repeat_block(dst, to, n), repeat_block(src, from, n), n);
+}
+
+// Sum of the repeat bytes of runs [from, to).
+inline uint64_t repeat_sum(const Rec& r, uint32_t from, uint32_t to) {
+    const uint8_t* p = repeat_block(r, from, to - from);
+    uint64_t total = 0;
+    for (uint32_t i = 0; i < to - from; ++i) total += p[i];
+    return total;
 }
 
 // Sum of the repeat bytes of runs [0, n).
-inline uint64_t repeat_sum(const Rec& r, uint32_t n) {
-    const uint8_t* p = repeat_area(r, n);
-    uint64_t total = 0;
-    for (uint32_t i = 0; i < n; ++i) total += p[i];
-    return total;
-}
+inline uint64_t repeat_sum(const Rec& r, uint32_t n) { return repeat_sum(r, 0, n); }
 
 }  // namespace zvq

@@ -94,6 +94,24 @@ inline void init_record(Rec& r, Shape shape, const Fns& fns, std::initializer_li
     r.merge = fns.merge;
 }
 
+// The first steps of an aggregate's next under the merge protocol. A
+// prepared record hands out the result its prepare left in the chunk, once
+// (SEQ_END when the part was empty); a published record has delivered.
+// Returns true with the status to answer, or false to go on and pull.
+inline bool settled_aggregate(Rec& r, zvq_seq_status& status) {
+    if (r.prepared) {
+        if (r.next_pos == 0) {
+            status = SEQ_END;
+            return true;
+        }
+        r.prepared = 0;
+        status = SEQ_OK;
+        return true;
+    }
+    status = SEQ_END;
+    return r.next_pos != 0;
+}
+
 // The one-value result that aggregates publish: run 0 with repeat 1.
 template <class V>
 inline void publish_one(Rec& r, V value) {

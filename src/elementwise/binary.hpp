@@ -131,10 +131,8 @@ zvq_seq_status binary_next(Rec& r) {
                                                      right.chunk + 4096u - right.chunk_pos, m);
             if (k != 0) {
                 Cell::put_many(r, i, left, left.chunk_pos, right, right.chunk_pos, k);
-                std::memcpy(repeat_area(r, i + k), left.chunk + 4096u - left.chunk_pos - k, k);
-                uint64_t elements = 0;
-                for (const uint8_t* p = repeat_area(r, i + k); p != repeat_area(r, i); ++p) elements += *p;
-                r.next_pos += elements;
+                std::memcpy(repeat_block(r, i, k), repeat_block(left, left.chunk_pos, k), k);
+                r.next_pos += repeat_sum(r, i, i + k);
                 left.chunk_pos = static_cast<uint16_t>(left.chunk_pos + k);
                 right.chunk_pos = static_cast<uint16_t>(right.chunk_pos + k);
                 i += k;

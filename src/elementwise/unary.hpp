@@ -34,16 +34,8 @@ zvq_seq_status unary_next(Rec& r) {
         const uint32_t from = op.chunk_pos;
         const uint32_t k = std::min<uint32_t>(cap - i, op.chunk_count - from);
         for (uint32_t j = 0; j < k; ++j) set_value<Out>(r, i + j, Op::apply(value_at<In>(op, from + j)));
-        // Runs [from, from + k) have their repeat bytes in one block ending
-        // below byte 4096 - from; the result's block mirrors it.
-        const uint8_t* src = op.chunk + 4096u - from - k;
-        uint8_t* dst = r.chunk + 4096u - i - k;
-        uint64_t elements = 0;
-        for (uint32_t j = 0; j < k; ++j) {
-            dst[j] = src[j];
-            elements += src[j];
-        }
-        r.next_pos += elements;
+        std::memcpy(repeat_block(r, i, k), repeat_block(op, from, k), k);
+        r.next_pos += repeat_sum(r, i, i + k);
         op.chunk_pos = static_cast<uint16_t>(from + k);
         i += k;
     }
