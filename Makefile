@@ -1,5 +1,6 @@
 # Thin front end over CMake. `make demo` and `make test` are all a newcomer needs.
 MAKEFLAGS += --no-print-directory
+comma := ,
 JOBS ?= $(shell nproc)
 CMAKE ?= cmake
 
@@ -24,15 +25,16 @@ asan:
 	ASAN_OPTIONS=detect_leaks=1 UBSAN_OPTIONS=print_stacktrace=1:halt_on_error=1 \
 		ctest --test-dir build-asan --output-on-failure -j$(JOBS)
 
+# Every benchmark against the library built as Release, as the README's
+# install builds it, and with a distribution's plain -O2; one table.
+# COMPILERS="gcc clang" adds clang's builds; BENCH_ARGS passes --filter etc.
+COMPILERS ?= gcc
 bench:
-	$(CMAKE) -S . -B build-bench -DCMAKE_BUILD_TYPE=Release -DZVQ_BUILD_BENCH=ON -DZVQ_BUILD_TESTS=OFF
-	$(CMAKE) --build build-bench -j$(JOBS)
-	@for b in build-bench/bench/bench_*; do echo "== $$b"; $$b --benchmark_repetitions=5 \
-		--benchmark_report_aggregates_only=true || exit 1; done
+	python3 tools/bench.py --compilers $(subst $() ,$(comma),$(COMPILERS)) --jobs $(JOBS) $(BENCH_ARGS)
 
 # The generated declarations must match the manifests and the type table.
 check-api:
 	python3 tools/gen_api.py --check
 
 clean:
-	rm -rf build build-asan build-bench
+	rm -rf build build-asan build-bench build-fuzz

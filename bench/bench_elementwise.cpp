@@ -14,7 +14,6 @@ namespace {
 using zvq::bench::make_column;
 using zvq::bench::measure;
 
-constexpr uint64_t kElements = 10'000'000;
 using zvq::bench::kStretch;
 using zvq::bench::StretchSource;
 
@@ -52,17 +51,18 @@ using Unget32 = zvq_seq_status (*)(zvq_seq_iterator*, const int32_t*, uint64_t);
 // lib over distinct values served by unget, loop over the same arrays.
 template <class V, class Out, class UngetFn, class Loop>
 void run_distinct(benchmark::State& state, Ctor ctor, UngetFn unget, Loop op) {
-    const auto a = make_column<V>(kElements, 1, V(1));
-    const auto b = make_column<V>(kElements, 1, V(500));
-    std::vector<Out> c(kElements);
+    const auto n = static_cast<uint64_t>(state.range(0));
+    const auto a = make_column<V>(n, 1, V(1));
+    const auto b = make_column<V>(n, 1, V(500));
+    std::vector<Out> c(n);
     static zvq_seq_iterator left, right, root;
     unget(&left, a.data(), a.size());
     unget(&right, b.data(), b.size());
     ctor(&root, &left, &right);
     measure(
-        state, kElements, [&] { benchmark::DoNotOptimize(drain<Out>(root)); },
+        state, n, [&] { benchmark::DoNotOptimize(drain<Out>(root)); },
         [&] {
-            hand_loop(a.data(), b.data(), c.data(), kElements, op);
+            hand_loop(a.data(), b.data(), c.data(), n, op);
             benchmark::DoNotOptimize(c.data());
             benchmark::ClobberMemory();
         });
@@ -70,7 +70,7 @@ void run_distinct(benchmark::State& state, Ctor ctor, UngetFn unget, Loop op) {
 
 template <class V, class Out, class Loop>
 void run_stretches(benchmark::State& state, Ctor ctor, uint8_t type, Loop op) {
-    const uint64_t runs = kElements / kStretch;
+    const uint64_t runs = static_cast<uint64_t>(state.range(0)) / kStretch;
     const auto ra = make_column<V>(runs, 1, V(1));
     const auto rb = make_column<V>(runs, 1, V(500));
     const auto a = expand(ra), b = expand(rb);
@@ -107,9 +107,9 @@ void BM_gt_double_stretches(benchmark::State& state) {
     run_stretches<double, uint8_t>(state, zvq_seq_gt_double, ZVQ_SEQ_TYPE_DOUBLE, gt_f8);
 }
 
-BENCHMARK(BM_add_int4_distinct)->Unit(benchmark::kMillisecond);
-BENCHMARK(BM_add_int4_stretches)->Unit(benchmark::kMillisecond);
-BENCHMARK(BM_gt_double_distinct)->Unit(benchmark::kMillisecond);
-BENCHMARK(BM_gt_double_stretches)->Unit(benchmark::kMillisecond);
+BENCHMARK(BM_add_int4_distinct)->Name("add_int4/distinct")->Apply(zvq::bench::sizes);
+BENCHMARK(BM_add_int4_stretches)->Name("add_int4/stretches")->Apply(zvq::bench::sizes);
+BENCHMARK(BM_gt_double_distinct)->Name("gt_double/distinct")->Apply(zvq::bench::sizes);
+BENCHMARK(BM_gt_double_stretches)->Name("gt_double/stretches")->Apply(zvq::bench::sizes);
 
 }  // namespace

@@ -9,8 +9,9 @@
 
 #include <algorithm>
 #include <chrono>
-#include <cstring>
 #include <cstdint>
+#include <cstdlib>
+#include <cstring>
 #include <vector>
 
 #include "zvq/seq.h"
@@ -18,6 +19,16 @@
 namespace zvq::bench {
 
 inline constexpr uint8_t kStretch = 255;
+
+// The element counts every benchmark runs at, 10^7 and 10^8 unless
+// ZVQ_BENCH_MAX_ELEMENTS lowers the top (for a quick run).
+inline void sizes(benchmark::internal::Benchmark* b) {
+    const char* cap = std::getenv("ZVQ_BENCH_MAX_ELEMENTS");
+    const int64_t max = cap ? std::atoll(cap) : INT64_MAX;
+    for (int64_t n : {int64_t{10'000'000}, int64_t{100'000'000}})
+        if (n <= max) b->Arg(n);
+    b->ArgName("n")->Unit(benchmark::kMillisecond);
+}
 
 // A source serving (values[j], 255) runs from an array: a column of long
 // constant stretches without expanding it.
