@@ -3,19 +3,22 @@
  * from the root, and check every result against a plain loop.
  *
  * Records are caller-owned: here they live in static storage, zero-filled.
+ * This file holds the core of the tour; each later part is a file of its own
+ * (tour_*.c) with one entry point declared in tour.h.
  */
 #include <inttypes.h>
 #include <stdio.h>
 #include <stdlib.h>
 #include <string.h>
 
+#include "tour.h"
 #include "zvq/seq.h"
 
 #define COLUMN_SIZE 4000000u
 
-static int failures = 0;
+int failures = 0;
 
-static void check(const char* what, int64_t got, int64_t want) {
+void check(const char* what, int64_t got, int64_t want) {
     printf("  %-44s %16" PRId64 "  %s\n", what, got, got == want ? "ok" : "MISMATCH");
     if (got != want) {
         printf("    expected %" PRId64 "\n", want);
@@ -217,6 +220,7 @@ int main(void) {
     }
 
     free(col);
+
     printf("\n%s\n", failures ? "FAILED" : "all results match the plain loops");
     return failures ? 1 : 0;
 }
