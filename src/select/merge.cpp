@@ -43,17 +43,21 @@ template <class V, bool Descending>
 inline uint32_t merge_runs(Rec& r, uint32_t count, uint32_t cap, Rec& left, Rec& right) {
     uint32_t lp = left.chunk_pos, rp = right.chunk_pos;
     const uint32_t ln = left.chunk_count, rn = right.chunk_count;
-    while (count < cap && lp < ln && rp < rn) {
-        const V x = value_at<V>(left, lp), y = value_at<V>(right, rp);
-        const bool left_wins = Descending ? x > y : x < y;
-        if (left_wins) {
-            set_value<V>(r, count++, x);
-            ++lp;
-            continue;
+    // Each output moves each cursor by one at most: k outputs can be made
+    // without looking at the chunk ends.
+    for (uint32_t k; (k = std::min({ln - lp, rn - rp, cap - count})) != 0;) {
+        for (; k != 0; --k) {
+            const V x = value_at<V>(left, lp), y = value_at<V>(right, rp);
+            const bool left_wins = Descending ? x > y : x < y;
+            if (left_wins) {
+                set_value<V>(r, count++, x);
+                ++lp;
+                continue;
+            }
+            lp += x == y;  // one equal pair collapses to the right's value
+            set_value<V>(r, count++, y);
+            ++rp;
         }
-        lp += x == y;  // one equal pair collapses to the right's value
-        set_value<V>(r, count++, y);
-        ++rp;
     }
     left.chunk_pos = static_cast<uint16_t>(lp);
     right.chunk_pos = static_cast<uint16_t>(rp);

@@ -123,7 +123,10 @@ zvq_seq_status stretch0_step(Rec& ts1, Rec& ts2, Stretch0State<ValueTag>& st, So
 }
 
 // The merge of both key chunks while both have keys and values have
-// elements in their chunk: no pull, no end to watch. Returns the new count.
+// elements in their chunk: no pull, no end to watch. Each element moves
+// each cursor by one at most, so k elements can be made without looking at
+// the chunk ends; the choices are data, not branches, as keys of two series
+// interleave at random. Returns the new count.
 template <class KeyTag, class ValueTag>
 uint32_t stretch0_run(Rec& r, uint32_t count, Rec& ts1, Rec& ts2, Rec& values, value_t<ValueTag> filler) {
     using K = value_t<KeyTag>;
@@ -132,21 +135,22 @@ uint32_t stretch0_run(Rec& r, uint32_t count, Rec& ts1, Rec& ts2, Rec& values, v
     uint32_t i1 = ts1.chunk_pos, i2 = ts2.chunk_pos, iv = values.chunk_pos;
     const uint32_t n1 = ts1.chunk_count, n2 = ts2.chunk_count, nv = values.chunk_count;
     uint8_t taken = values.run_pos;
-    while (count < cap && i1 < n1 && i2 < n2) {
-        const K ta = value_at<K>(ts1, i1), tb = value_at<K>(ts2, i2);
-        if (ta < tb) {
-            set_value<V>(r, count++, filler);
-            ++i1;
-            continue;
-        }
-        if (iv >= nv) break;  // the slow step pulls values
-        i1 += ta == tb;
-        ++i2;
-        set_value<V>(r, count++, value_at<V>(values, iv));
-        taken = static_cast<uint8_t>(taken + 1);
-        if (taken == repeat_at(values, iv)) {
-            taken = 0;
-            ++iv;
+    for (uint32_t k; (k = std::min({n1 - i1, n2 - i2, nv - iv, cap - count})) != 0;) {
+        for (; k != 0; --k) {
+            const K ta = value_at<K>(ts1, i1), tb = value_at<K>(ts2, i2);
+            if (ta < tb) {
+                set_value<V>(r, count++, filler);
+                ++i1;
+                continue;
+            }
+            i1 += ta == tb;
+            ++i2;
+            set_value<V>(r, count++, value_at<V>(values, iv));
+            taken = static_cast<uint8_t>(taken + 1);
+            if (taken == repeat_at(values, iv)) {
+                taken = 0;
+                ++iv;
+            }
         }
     }
     ts1.chunk_pos = static_cast<uint16_t>(i1);
