@@ -148,12 +148,12 @@ void stretch0_uint8_double(benchmark::State& state, bool stretches) {
 const bool registered = [] {
     for (bool stretches : {false, true}) {
         const std::string suffix = stretches ? "/stretches" : "/distinct";
-        benchmark::RegisterBenchmark(("union_uint8" + suffix).c_str(),
-                                     [=](benchmark::State& st) { union_uint8(st, stretches); })
-            ->Apply(zvq::bench::sizes);
-        benchmark::RegisterBenchmark(("stretch0_uint8_double" + suffix).c_str(),
-                                     [=](benchmark::State& st) { stretch0_uint8_double(st, stretches); })
-            ->Apply(zvq::bench::sizes);
+        benchmark::RegisterBenchmark(("union_uint8" + suffix).c_str(), [=](benchmark::State& st) {
+            union_uint8(st, stretches);
+        })->Apply(zvq::bench::sizes);
+        benchmark::RegisterBenchmark(("stretch0_uint8_double" + suffix).c_str(), [=](benchmark::State& st) {
+            stretch0_uint8_double(st, stretches);
+        })->Apply(zvq::bench::sizes);
     }
     return true;
 }();

@@ -44,6 +44,42 @@ inline void fill_slots(Rec& r, uint32_t from, uint32_t to, V v) {
     for (uint32_t i = from; i < to; ++i) set_value<V>(r, i, v);
 }
 
+// The loop of stretch and asof_join. ts1's cursor never moves: every element
+// is computed from its first key t. While t is not below next_key, the rule
+// steps ts2 once per element; from then on, or once ts2 has ended, nothing
+// can move and the rest of every chunk repeats one value. Such a sequence
+// never ends: its reader bounds it. A rule is made for each refill:
+//     explicit Walk(Rec&)                 its state is Walk::st
+//     V settled(K t)                      the value that repeats
+//     zvq_seq_status step(K t, V& out)    steps ts2 once and gives an element
+template <class KeyTag, class ValueTag, class Walk>
+zvq_seq_status walk_next(Rec& r) {
+    using K = value_t<KeyTag>;
+    using V = value_t<ValueTag>;
+    constexpr uint32_t cap = capacity<ValueTag>;
+    Rec& ts1 = *r.operand[0];
+    Walk walk(r);
+    uint32_t count = 0;
+    while (count < cap) {
+        if (exhausted(ts1)) {
+            const zvq_seq_status s = pull(ts1);
+            if (s == SEQ_END && count != 0) break;
+            if (s != SEQ_OK) return s;
+        }
+        const K t = current<K>(ts1);
+        if (walk.st.ts2_ended || t < walk.st.next_key) {
+            fill_slots<V>(r, count, cap, walk.settled(t));
+            count = cap;
+            break;
+        }
+        V out;
+        if (zvq_seq_status s = walk.step(t, out)) return s;
+        set_value<V>(r, count++, out);
+    }
+    publish_singles(r, count);
+    return SEQ_OK;
+}
+
 // Types, then bindings, then the record; the operator sets its own state.
 template <class KeyTag, class ValueTag>
 zvq_seq_status align_make(Rec& r, Rec* ts1, Rec* ts2, Rec* values, const Fns& fns) {

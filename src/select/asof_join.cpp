@@ -26,54 +26,41 @@ inline value_t<ValueTag> nearest(const AsofState<KeyTag, ValueTag>& st, value_t<
     return wrap_sub<K>(t, st.prev_key) > wrap_sub<K>(st.next_key, t) ? st.next_value : st.prev_value;
 }
 
-// As in stretch, ts1's cursor never moves: the sequence walks ts2 one key
-// per element while t is not below next_key, then repeats the nearest value
-// (the last one once ts2 has ended) and never ends.
+// Moves along ts2 one key per element while t is not below next_key, then
+// repeats the nearest value, or the last one once ts2 has ended.
 template <class KeyTag, class ValueTag>
-zvq_seq_status asof_join_next(Rec& r) {
+struct AsofWalk {
     using K = value_t<KeyTag>;
     using V = value_t<ValueTag>;
-    constexpr uint32_t cap = capacity<ValueTag>;
-    Rec& ts1 = *r.operand[0];
-    Rec& ts2 = *r.operand[1];
-    Rec& values = *r.operand[2];
-    auto& st = state_of<AsofState<KeyTag, ValueTag>>(r);
-    // An end of ts2 before any key of it was seen is an end of the sequence.
-    bool ts2_seen = ts2.chunk_count != 0;
-    uint32_t count = 0;
-    while (count < cap) {
-        if (exhausted(ts1)) {
-            const zvq_seq_status s = pull(ts1);
-            if (s == SEQ_END && count != 0) break;
-            if (s != SEQ_OK) return s;
-        }
-        if (st.ts2_ended) {
-            fill_slots<V>(r, count, cap, st.prev_value);
-            count = cap;
-            break;
-        }
-        const K t = current<K>(ts1);
-        if (t < st.next_key) {
-            fill_slots<V>(r, count, cap, nearest(st, t));
-            count = cap;
-            break;
-        }
+    AsofState<KeyTag, ValueTag>& st;
+    Rec& ts2;
+    Rec& values;
+    bool ts2_seen;  // an end of ts2 before any key of it was seen ends the sequence
+
+    explicit AsofWalk(Rec& r)
+        : st(state_of<AsofState<KeyTag, ValueTag>>(r)),
+          ts2(*r.operand[1]),
+          values(*r.operand[2]),
+          ts2_seen(ts2.chunk_count != 0) {}
+
+    V settled(K t) const { return st.ts2_ended ? st.prev_value : nearest(st, t); }
+
+    zvq_seq_status step(K t, V& out) {
         st.prev_key = st.next_key;
         st.prev_value = st.next_value;
         const zvq_seq_status s = step_key<K>(ts2, st.next_key);
         if (s == SEQ_END && ts2_seen) {
             st.ts2_ended = 1;
-            set_value<V>(r, count++, st.prev_value);
-            continue;
+            out = st.prev_value;
+            return SEQ_OK;
         }
         if (s != SEQ_OK) return s;
         ts2_seen = true;
         if (zvq_seq_status v = take_value<V>(values, st.next_value)) return v;
-        set_value<V>(r, count++, nearest(st, t));
+        out = nearest(st, t);
+        return SEQ_OK;
     }
-    publish_singles(r, count);
-    return SEQ_OK;
-}
+};
 
 template <class KeyTag, class ValueTag>
 zvq_seq_status asof_join_make(Rec& r, Rec* ts1, Rec* ts2, Rec* values, const Fns& fns) {
@@ -87,19 +74,19 @@ zvq_seq_status asof_join_make(Rec& r, Rec* ts1, Rec* ts2, Rec* values, const Fns
 
 extern "C" {
 
-#define ZVQ_STAMP_ASOF_JOIN(k, K, k_c, v, V, v_c)                                                         \
-    zvq_seq_status zvq_seq_asof_join_##k##_##v(zvq_seq_iterator* result, zvq_seq_iterator* ts1,          \
-                                               zvq_seq_iterator* ts2, zvq_seq_iterator* values) {       \
-        return zvq::asof_join_make<zvq::K, zvq::V>(                                                       \
-            *result, ts1, ts2, values, {zvq_seq_asof_join_##k##_##v##_next, zvq_seq_asof_join_##k##_##v##_reset}); \
+#define ZVQ_STAMP_ASOF_JOIN(k, K, k_c, v, V, v_c)                                                                      \
+    zvq_seq_status zvq_seq_asof_join_##k##_##v(zvq_seq_iterator* result, zvq_seq_iterator* ts1, zvq_seq_iterator* ts2, \
+                                               zvq_seq_iterator* values) {                                             \
+        return zvq::asof_join_make<zvq::K, zvq::V>(                                                                    \
+            *result, ts1, ts2, values, {zvq_seq_asof_join_##k##_##v##_next, zvq_seq_asof_join_##k##_##v##_reset});     \
     }
-#define ZVQ_STAMP_ASOF_JOIN_NEXT(k, K, k_c, v, V, v_c)                         \
-    zvq_seq_status zvq_seq_asof_join_##k##_##v##_next(zvq_seq_iterator* it) { \
-        return zvq::asof_join_next<zvq::K, zvq::V>(*it);                       \
+#define ZVQ_STAMP_ASOF_JOIN_NEXT(k, K, k_c, v, V, v_c)                             \
+    zvq_seq_status zvq_seq_asof_join_##k##_##v##_next(zvq_seq_iterator* it) {      \
+        return zvq::walk_next<zvq::K, zvq::V, zvq::AsofWalk<zvq::K, zvq::V>>(*it); \
     }
-#define ZVQ_STAMP_ASOF_JOIN_RESET(k, K, k_c, v, V, v_c)                         \
+#define ZVQ_STAMP_ASOF_JOIN_RESET(k, K, k_c, v, V, v_c)                        \
     zvq_seq_status zvq_seq_asof_join_##k##_##v##_reset(zvq_seq_iterator* it) { \
-        return zvq::align_reset<zvq::AsofState<zvq::K, zvq::V>>(*it);           \
+        return zvq::align_reset<zvq::AsofState<zvq::K, zvq::V>>(*it);          \
     }
 
 // One row per key type; the inner list supplies the value types.

@@ -202,26 +202,26 @@ zvq_seq_status zvq_seq_cross_reset_iterator(zvq_seq_iterator* it) {
     return zvq_seq_reset_unary_iterator(it);
 }
 
-#define ZVQ_STAMP_CROSS(name, Tag, ctype)                                                                      \
+#define ZVQ_STAMP_CROSS(name, Tag, ctype)                                                                       \
     zvq_seq_status zvq_seq_cross_##name(zvq_seq_iterator* result, zvq_seq_iterator* input, int32_t direction) { \
         return zvq::cross_make<zvq::Tag>(*result, input, direction, zvq_seq_cross_##name##_next);               \
     }
-#define ZVQ_STAMP_CROSS_NEXT(name, Tag, ctype)                             \
-    zvq_seq_status zvq_seq_cross_##name##_next(zvq_seq_iterator* it) {     \
+#define ZVQ_STAMP_CROSS_NEXT(name, Tag, ctype)                               \
+    zvq_seq_status zvq_seq_cross_##name##_next(zvq_seq_iterator* it) {       \
         return zvq::scan_positions<zvq::Tag, zvq::CrossRule<zvq::Tag>>(*it); \
     }
 #define ZVQ_STAMP_CROSS_REFUSED(name, Tag, ctype) \
     zvq_seq_status zvq_seq_cross_##name(zvq_seq_iterator*, zvq_seq_iterator*, int32_t) { return zvq::cross_refused(); }
 #define ZVQ_STAMP_EXTREMA(name, Tag, ctype)                                                                  \
     zvq_seq_status zvq_seq_extrema_##name(zvq_seq_iterator* result, zvq_seq_iterator* input, int32_t kind) { \
-        return zvq::extrema_make<zvq::Tag>(*result, input, kind, zvq_seq_extrema_##name##_next,               \
+        return zvq::extrema_make<zvq::Tag>(*result, input, kind, zvq_seq_extrema_##name##_next,              \
                                            zvq_seq_extrema_##name##_reset_iterator);                         \
     }
 #define ZVQ_STAMP_EXTREMA_NEXT(name, Tag, ctype)                               \
     zvq_seq_status zvq_seq_extrema_##name##_next(zvq_seq_iterator* it) {       \
         return zvq::scan_positions<zvq::Tag, zvq::ExtremaRule<zvq::Tag>>(*it); \
     }
-#define ZVQ_STAMP_EXTREMA_RESET(name, Tag, ctype)                                 \
+#define ZVQ_STAMP_EXTREMA_RESET(name, Tag, ctype)                                  \
     zvq_seq_status zvq_seq_extrema_##name##_reset_iterator(zvq_seq_iterator* it) { \
         return zvq::extrema_reset<zvq::Tag>(*it);                                  \
     }

@@ -31,7 +31,8 @@ inline zvq_seq_status refill_or_end(Rec& op, uint32_t& ended) {
 template <class V>
 inline uint32_t pass_through(Rec& r, uint32_t count, Rec& op, uint32_t n) {
     const uint32_t k = std::min<uint32_t>(n, op.chunk_count - op.chunk_pos);
-    std::memcpy(r.chunk + size_t{count} * sizeof(V), op.chunk + size_t{op.chunk_pos} * sizeof(V), size_t{k} * sizeof(V));
+    std::memcpy(r.chunk + size_t{count} * sizeof(V), op.chunk + size_t{op.chunk_pos} * sizeof(V),
+                size_t{k} * sizeof(V));
     op.chunk_pos = static_cast<uint16_t>(op.chunk_pos + k);
     return k;
 }
@@ -222,16 +223,16 @@ zvq_seq_status zvq_seq_reset_union_iterator(zvq_seq_iterator* it) {
     return zvq_seq_reset_binary_iterator(it);
 }
 
-#define ZVQ_STAMP_UNION(name, Tag, ctype)                                                                        \
+#define ZVQ_STAMP_UNION(name, Tag, ctype)                                                                          \
     zvq_seq_status zvq_seq_union_##name(zvq_seq_iterator* result, zvq_seq_iterator* left, zvq_seq_iterator* right, \
-                                        uint32_t order) {                                                        \
-        return zvq::union_make<zvq::Tag>(*result, left, right, order, zvq_seq_union_##name##_next);              \
+                                        uint32_t order) {                                                          \
+        return zvq::union_make<zvq::Tag>(*result, left, right, order, zvq_seq_union_##name##_next);                \
     }
 #define ZVQ_STAMP_UNION_NEXT(name, Tag, ctype) \
     zvq_seq_status zvq_seq_union_##name##_next(zvq_seq_iterator* it) { return zvq::union_next<zvq::Tag>(*it); }
-#define ZVQ_STAMP_UNIQUE(name, Tag, ctype)                                                        \
-    zvq_seq_status zvq_seq_unique_##name(zvq_seq_iterator* result, zvq_seq_iterator* input) {     \
-        return zvq::unique_make<zvq::Tag>(*result, input, zvq_seq_unique_##name##_next);          \
+#define ZVQ_STAMP_UNIQUE(name, Tag, ctype)                                                    \
+    zvq_seq_status zvq_seq_unique_##name(zvq_seq_iterator* result, zvq_seq_iterator* input) { \
+        return zvq::unique_make<zvq::Tag>(*result, input, zvq_seq_unique_##name##_next);      \
     }
 #define ZVQ_STAMP_UNIQUE_NEXT(name, Tag, ctype) \
     zvq_seq_status zvq_seq_unique_##name##_next(zvq_seq_iterator* it) { return zvq::unique_next<zvq::Tag>(*it); }

@@ -22,31 +22,22 @@ struct StretchState {
     }
 };
 
-// ts1's cursor never moves: every element is computed from its first key t.
-// The sequence steps through values while t is not below the key reached,
-// then repeats one value (or the filler, past ts2's end) and never ends; its
-// reader bounds it.
+// Steps through values while t is not below the key reached, then repeats
+// one value, or the filler past ts2's end.
 template <class KeyTag, class ValueTag>
-zvq_seq_status stretch_next(Rec& r) {
+struct StretchWalk {
     using K = value_t<KeyTag>;
     using V = value_t<ValueTag>;
-    constexpr uint32_t cap = capacity<ValueTag>;
-    Rec& ts1 = *r.operand[0];
-    Rec& ts2 = *r.operand[1];
-    Rec& values = *r.operand[2];
-    auto& st = state_of<StretchState<KeyTag, ValueTag>>(r);
-    uint32_t count = 0;
-    while (count < cap) {
-        if (exhausted(ts1)) {
-            const zvq_seq_status s = pull(ts1);
-            if (s == SEQ_END && count != 0) break;
-            if (s != SEQ_OK) return s;
-        }
-        if (st.ts2_ended || current<K>(ts1) < st.next_key) {
-            fill_slots<V>(r, count, cap, st.current);
-            count = cap;
-            break;
-        }
+    StretchState<KeyTag, ValueTag>& st;
+    Rec& ts2;
+    Rec& values;
+
+    explicit StretchWalk(Rec& r)
+        : st(state_of<StretchState<KeyTag, ValueTag>>(r)), ts2(*r.operand[1]), values(*r.operand[2]) {}
+
+    V settled(K) const { return st.current; }
+
+    zvq_seq_status step(K, V& out) {
         const zvq_seq_status s = step_key<K>(ts2, st.next_key);
         if (s == SEQ_END) {
             st.ts2_ended = 1;
@@ -56,11 +47,10 @@ zvq_seq_status stretch_next(Rec& r) {
         } else if (zvq_seq_status v = take_value<V>(values, st.current)) {
             return v;
         }
-        set_value<V>(r, count++, st.current);
+        out = st.current;
+        return SEQ_OK;
     }
-    publish_singles(r, count);
-    return SEQ_OK;
-}
+};
 
 template <class KeyTag, class ValueTag>
 zvq_seq_status stretch_make(Rec& r, Rec* ts1, Rec* ts2, Rec* values, value_t<ValueTag> filler, const Fns& fns) {
@@ -87,9 +77,9 @@ struct Stretch0State {
 // Where one element of the merged time line comes from.
 enum class Source { Filler, Value, Done };
 
-// One step of the merge by ascending key, for the cases the fast loop of
-// stretch0_next leaves: a chunk to pull, an ended side. Moves the key
-// cursors; the caller writes the element.
+// One step of the merge by ascending key, for what stretch0_run leaves: a
+// chunk to pull, an ended side. Moves the key cursors; the caller writes the
+// element.
 template <class KeyTag, class ValueTag>
 zvq_seq_status stretch0_step(Rec& ts1, Rec& ts2, Stretch0State<ValueTag>& st, Source& src) {
     using K = value_t<KeyTag>;
@@ -123,10 +113,10 @@ zvq_seq_status stretch0_step(Rec& ts1, Rec& ts2, Stretch0State<ValueTag>& st, So
 }
 
 // The merge of both key chunks while both have keys and values have
-// elements in their chunk: no pull, no end to watch. Each element moves
-// each cursor by one at most, so k elements can be made without looking at
-// the chunk ends; the choices are data, not branches, as keys of two series
-// interleave at random. Returns the new count.
+// elements in their chunk: no pull, no end to watch. Each element moves each
+// of the three cursors by one run at most, so k elements can be made without
+// looking at the chunk ends. Returns the new count; what is left (a chunk to
+// pull, an ended side) goes through stretch0_step.
 template <class KeyTag, class ValueTag>
 uint32_t stretch0_run(Rec& r, uint32_t count, Rec& ts1, Rec& ts2, Rec& values, value_t<ValueTag> filler) {
     using K = value_t<KeyTag>;
@@ -202,42 +192,43 @@ zvq_seq_status stretch0_make(Rec& r, Rec* ts1, Rec* ts2, Rec* values, value_t<Va
 
 extern "C" {
 
-#define ZVQ_STAMP_STRETCH(k, K, k_c, v, V, v_c)                                                                   \
-    zvq_seq_status zvq_seq_stretch_##k##_##v(zvq_seq_iterator* result, zvq_seq_iterator* ts1, zvq_seq_iterator* ts2, \
-                                             zvq_seq_iterator* values, v_c filler) {                              \
-        return zvq::stretch_make<zvq::K, zvq::V>(*result, ts1, ts2, values, filler,                               \
-                                                 {zvq_seq_stretch_##k##_##v##_next, zvq_seq_stretch_##k##_##v##_reset}); \
+#define ZVQ_STAMP_STRETCH(k, K, k_c, v, V, v_c)                                                                        \
+    zvq_seq_status zvq_seq_stretch_##k##_##v(zvq_seq_iterator* result, zvq_seq_iterator* ts1, zvq_seq_iterator* ts2,   \
+                                             zvq_seq_iterator* values, v_c filler) {                                   \
+        return zvq::stretch_make<zvq::K, zvq::V>(                                                                      \
+            *result, ts1, ts2, values, filler, {zvq_seq_stretch_##k##_##v##_next, zvq_seq_stretch_##k##_##v##_reset}); \
     }
-#define ZVQ_STAMP_STRETCH_NEXT(k, K, k_c, v, V, v_c)                          \
-    zvq_seq_status zvq_seq_stretch_##k##_##v##_next(zvq_seq_iterator* it) {  \
-        return zvq::stretch_next<zvq::K, zvq::V>(*it);                        \
+#define ZVQ_STAMP_STRETCH_NEXT(k, K, k_c, v, V, v_c)                                  \
+    zvq_seq_status zvq_seq_stretch_##k##_##v##_next(zvq_seq_iterator* it) {           \
+        return zvq::walk_next<zvq::K, zvq::V, zvq::StretchWalk<zvq::K, zvq::V>>(*it); \
     }
-#define ZVQ_STAMP_STRETCH_RESET(k, K, k_c, v, V, v_c)                                \
-    zvq_seq_status zvq_seq_stretch_##k##_##v##_reset(zvq_seq_iterator* it) {        \
-        return zvq::align_reset<zvq::StretchState<zvq::K, zvq::V>>(*it);             \
+#define ZVQ_STAMP_STRETCH_RESET(k, K, k_c, v, V, v_c)                        \
+    zvq_seq_status zvq_seq_stretch_##k##_##v##_reset(zvq_seq_iterator* it) { \
+        return zvq::align_reset<zvq::StretchState<zvq::K, zvq::V>>(*it);     \
     }
-#define ZVQ_STAMP_STRETCH0(k, K, k_c, v, V, v_c)                                                               \
-    zvq_seq_status zvq_seq_stretch0_##k##_##v(zvq_seq_iterator* result, zvq_seq_iterator* ts1,                \
-                                              zvq_seq_iterator* ts2, zvq_seq_iterator* values, v_c filler) {  \
-        return zvq::stretch0_make<zvq::K, zvq::V>(                                                             \
-            *result, ts1, ts2, values, filler, {zvq_seq_stretch0_##k##_##v##_next, zvq_seq_stretch0_##k##_##v##_reset}); \
+#define ZVQ_STAMP_STRETCH0(k, K, k_c, v, V, v_c)                                                                      \
+    zvq_seq_status zvq_seq_stretch0_##k##_##v(zvq_seq_iterator* result, zvq_seq_iterator* ts1, zvq_seq_iterator* ts2, \
+                                              zvq_seq_iterator* values, v_c filler) {                                 \
+        return zvq::stretch0_make<zvq::K, zvq::V>(                                                                    \
+            *result, ts1, ts2, values, filler,                                                                        \
+            {zvq_seq_stretch0_##k##_##v##_next, zvq_seq_stretch0_##k##_##v##_reset});                                 \
     }
-#define ZVQ_STAMP_STRETCH0_NEXT(k, K, k_c, v, V, v_c)                         \
+#define ZVQ_STAMP_STRETCH0_NEXT(k, K, k_c, v, V, v_c)                        \
     zvq_seq_status zvq_seq_stretch0_##k##_##v##_next(zvq_seq_iterator* it) { \
-        return zvq::stretch0_next<zvq::K, zvq::V>(*it);                       \
+        return zvq::stretch0_next<zvq::K, zvq::V>(*it);                      \
     }
-#define ZVQ_STAMP_STRETCH0_RESET(k, K, k_c, v, V, v_c)                         \
+#define ZVQ_STAMP_STRETCH0_RESET(k, K, k_c, v, V, v_c)                        \
     zvq_seq_status zvq_seq_stretch0_##k##_##v##_reset(zvq_seq_iterator* it) { \
-        return zvq::align_reset<zvq::Stretch0State<zvq::V>>(*it);              \
+        return zvq::align_reset<zvq::Stretch0State<zvq::V>>(*it);             \
     }
 
 // One row per key type; the inner list supplies the value types.
-#define ZVQ_STAMP_STRETCH_ROW(k, K, k_c)                              \
-    ZVQ_NUMERIC_TYPES_WITH(ZVQ_STAMP_STRETCH_NEXT, k, K, k_c)         \
-    ZVQ_NUMERIC_TYPES_WITH(ZVQ_STAMP_STRETCH_RESET, k, K, k_c)        \
-    ZVQ_NUMERIC_TYPES_WITH(ZVQ_STAMP_STRETCH, k, K, k_c)              \
-    ZVQ_NUMERIC_TYPES_WITH(ZVQ_STAMP_STRETCH0_NEXT, k, K, k_c)        \
-    ZVQ_NUMERIC_TYPES_WITH(ZVQ_STAMP_STRETCH0_RESET, k, K, k_c)       \
+#define ZVQ_STAMP_STRETCH_ROW(k, K, k_c)                        \
+    ZVQ_NUMERIC_TYPES_WITH(ZVQ_STAMP_STRETCH_NEXT, k, K, k_c)   \
+    ZVQ_NUMERIC_TYPES_WITH(ZVQ_STAMP_STRETCH_RESET, k, K, k_c)  \
+    ZVQ_NUMERIC_TYPES_WITH(ZVQ_STAMP_STRETCH, k, K, k_c)        \
+    ZVQ_NUMERIC_TYPES_WITH(ZVQ_STAMP_STRETCH0_NEXT, k, K, k_c)  \
+    ZVQ_NUMERIC_TYPES_WITH(ZVQ_STAMP_STRETCH0_RESET, k, K, k_c) \
     ZVQ_NUMERIC_TYPES_WITH(ZVQ_STAMP_STRETCH0, k, K, k_c)
 
 ZVQ_TIME_KEY_TYPES(ZVQ_STAMP_STRETCH_ROW)

@@ -19,12 +19,12 @@ struct Pair {
 
 template <class K, class V>
 struct AlignFns;
-#define ZVQ_TEST_ALIGN(k, K, k_c, v, V, v_c)                                     \
-    template <>                                                                  \
-    struct AlignFns<K, V> {                                                      \
-        static constexpr auto stretch = zvq_seq_stretch_##k##_##v;               \
-        static constexpr auto stretch0 = zvq_seq_stretch0_##k##_##v;             \
-        static constexpr Ctor3 asof_join = zvq_seq_asof_join_##k##_##v;          \
+#define ZVQ_TEST_ALIGN(k, K, k_c, v, V, v_c)                            \
+    template <>                                                         \
+    struct AlignFns<K, V> {                                             \
+        static constexpr auto stretch = zvq_seq_stretch_##k##_##v;      \
+        static constexpr auto stretch0 = zvq_seq_stretch0_##k##_##v;    \
+        static constexpr Ctor3 asof_join = zvq_seq_asof_join_##k##_##v; \
     };
 #define ZVQ_TEST_ALIGN_ROW(k, K, k_c) ZVQ_NUMERIC_TYPES_WITH(ZVQ_TEST_ALIGN, k, K, k_c)
 ZVQ_TIME_KEY_TYPES(ZVQ_TEST_ALIGN_ROW)
@@ -57,7 +57,8 @@ struct Tree {
     zvq_seq_iterator r{};
     zvq_seq_status made;
 
-    Tree(Op op, std::vector<K> t1, std::vector<K> t2, std::vector<Chunk<V>> vs, V filler = V(99), uint8_t key_repeat = 1)
+    Tree(Op op, std::vector<K> t1, std::vector<K> t2, std::vector<Chunk<V>> vs, V filler = V(99),
+         uint8_t key_repeat = 1)
         : ts1(Script::of<typename P::Key>(keys(t1, key_repeat))),
           ts2(Script::of<typename P::Key>(keys(t2, key_repeat))),
           values(Script::of<typename P::Value>(vs)) {
@@ -107,20 +108,20 @@ TYPED_TEST(Align, WorkedExamplesAndTheEdgesOfTheSeries) {
     const Case cases[] = {
         // ts1 stays at its first key: 5 steps through 2, 4, 6 and then repeats.
         {Op::Stretch, {5, 100}, {2, 4, 6, 8}, vs({1, 2, 3, 4}), Vs{1, 2, 3, 3, 3}},
-        {Op::Stretch, {1}, {3, 4}, vs({1, 2}), Vs{1, 1, 1}},         // before the first key
-        {Op::Stretch, {9}, {3, 4}, vs({1, 2}), Vs{1, 2, 99, 99}},    // past the last
+        {Op::Stretch, {1}, {3, 4}, vs({1, 2}), Vs{1, 1, 1}},           // before the first key
+        {Op::Stretch, {9}, {3, 4}, vs({1, 2}), Vs{1, 2, 99, 99}},      // past the last
         {Op::Stretch, {4}, {2, 4, 6}, vs({1, 2, 3}), Vs{1, 2, 3, 3}},  // equal: the next value after it
-        {Op::Stretch, {4}, {}, vs({1}), Vs{99, 99, 99}},             // ts2 empty
-        {Op::Stretch, {top}, {1, 2}, vs({1, 2}), Vs{1, 2, 99}},      // unsigned comparison
+        {Op::Stretch, {4}, {}, vs({1}), Vs{99, 99, 99}},               // ts2 empty
+        {Op::Stretch, {top}, {1, 2}, vs({1, 2}), Vs{1, 2, 99}},        // unsigned comparison
         // A values run of 3 serves three keys.
         {Op::Stretch, {7}, {1, 2, 3, 9}, {{{V(5), 3}, {V(6), 1}}}, Vs{5, 5, 5, 6, 6}},
         {Op::Asof, {7}, {2, 6, 9}, vs({1, 2, 3}), Vs{0, 1, 2, 2, 2}},
         {Op::Asof, {8}, {2, 6, 9}, vs({1, 2, 3}), Vs{0, 1, 3, 3, 3}},
-        {Op::Asof, {5}, {3, 7}, vs({1, 2}), Vs{0, 1, 1}},            // a tie goes to the earlier key
-        {Op::Asof, {7}, {7, 9}, vs({1, 2}), Vs{1, 1, 1}},            // equal: its own value
-        {Op::Asof, {9}, {1, 2}, vs({1, 2}), Vs{0, 1, 2, 2}},         // past the last: the last, without end
-        {Op::Asof, {1}, {9}, vs({4}), Vs{0, 0}},                     // before: key 0 (value 0) is nearer
-        {Op::Asof, {6}, {9}, vs({4}), Vs{4, 4}},                     // before: the first key is nearer
+        {Op::Asof, {5}, {3, 7}, vs({1, 2}), Vs{0, 1, 1}},     // a tie goes to the earlier key
+        {Op::Asof, {7}, {7, 9}, vs({1, 2}), Vs{1, 1, 1}},     // equal: its own value
+        {Op::Asof, {9}, {1, 2}, vs({1, 2}), Vs{0, 1, 2, 2}},  // past the last: the last, without end
+        {Op::Asof, {1}, {9}, vs({4}), Vs{0, 0}},              // before: key 0 (value 0) is nearer
+        {Op::Asof, {6}, {9}, vs({4}), Vs{4, 4}},              // before: the first key is nearer
         // At the key's width t - 0 is above 1 - t: the first key is nearer.
         {Op::Asof, {top}, {1}, vs({4}), Vs{4, 4, 4}},
         {Op::Asof, {7}, {1, 2, 3, 9}, {{{V(5), 3}, {V(6), 1}}}, Vs{0, 5, 5, 6, 6}},

@@ -11,10 +11,10 @@ using PosCtor = zvq_seq_status (*)(zvq_seq_iterator*, zvq_seq_iterator*, int32_t
 
 template <class Tag>
 struct PosFns;
-#define ZVQ_TEST_POS(name, Tag, ctype)                          \
-    template <>                                                 \
-    struct PosFns<Tag> {                                        \
-        static constexpr PosCtor cross = zvq_seq_cross_##name;  \
+#define ZVQ_TEST_POS(name, Tag, ctype)                             \
+    template <>                                                    \
+    struct PosFns<Tag> {                                           \
+        static constexpr PosCtor cross = zvq_seq_cross_##name;     \
         static constexpr PosCtor extrema = zvq_seq_extrema_##name; \
     };
 ZVQ_NUMERIC_TYPES(ZVQ_TEST_POS)
@@ -154,7 +154,8 @@ TEST(CrossAndExtrema, SignednessFollowsTheType) {
 TEST(CrossAndExtrema, AFailureLeavesTheStateOfTheLastReturn) {
     // The crossing at 1 is gathered, then the next pull fails: it is lost and
     // position and sign go back, so the later crossing counts from 0.
-    Script s = Script::of<Int4>({ones<int32_t>({1, -1}), ones<int32_t>({1}), ones<int32_t>({-1})}).fail_at(1, SEQ_NOMEM);
+    Script s =
+        Script::of<Int4>({ones<int32_t>({1, -1}), ones<int32_t>({1}), ones<int32_t>({-1})}).fail_at(1, SEQ_NOMEM);
     zvq_seq_iterator r{};
     ASSERT_EQ(zvq_seq_cross_int4(&r, s.rec(), 0), SEQ_OK);
     r.chunk_count = 7;

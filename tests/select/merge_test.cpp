@@ -13,11 +13,11 @@ using Ctor1 = zvq_seq_status (*)(zvq_seq_iterator*, zvq_seq_iterator*);
 
 template <class Tag>
 struct MergeFns;
-#define ZVQ_TEST_MERGE(name, Tag, ctype)                                                   \
-    template <>                                                                            \
-    struct MergeFns<Tag> {                                                                 \
-        static constexpr Ctor2 union_ = zvq_seq_union_##name;                              \
-        static constexpr Ctor1 unique = zvq_seq_unique_##name;                             \
+#define ZVQ_TEST_MERGE(name, Tag, ctype)                       \
+    template <>                                                \
+    struct MergeFns<Tag> {                                     \
+        static constexpr Ctor2 union_ = zvq_seq_union_##name;  \
+        static constexpr Ctor1 unique = zvq_seq_unique_##name; \
     };
 ZVQ_NUMERIC_TYPES(ZVQ_TEST_MERGE)
 #undef ZVQ_TEST_MERGE
