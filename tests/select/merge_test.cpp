@@ -1,26 +1,13 @@
 // union and unique over every member, then their NaN, char and failure cases.
+#include <algorithm>
 #include <cmath>
+#include <iterator>
 #include <limits>
-#include <numeric>
 
 #include "select_support.hpp"
 
 namespace zvq::test {
 namespace {
-
-using Ctor2 = zvq_seq_status (*)(zvq_seq_iterator*, zvq_seq_iterator*, zvq_seq_iterator*, uint32_t);
-using Ctor1 = zvq_seq_status (*)(zvq_seq_iterator*, zvq_seq_iterator*);
-
-template <class Tag>
-struct MergeFns;
-#define ZVQ_TEST_MERGE(name, Tag, ctype)                       \
-    template <>                                                \
-    struct MergeFns<Tag> {                                     \
-        static constexpr Ctor2 union_ = zvq_seq_union_##name;  \
-        static constexpr Ctor1 unique = zvq_seq_unique_##name; \
-    };
-ZVQ_NUMERIC_TYPES(ZVQ_TEST_MERGE)
-#undef ZVQ_TEST_MERGE
 
 template <class Tag>
 class Merge : public ::testing::Test {};
@@ -49,7 +36,7 @@ TYPED_TEST(Merge, UnionCollapsesOnePairAndPassesTheRestThrough) {
     for (const Case& c : cases) {
         Script l = Script::of<Tag>(c.left), r = Script::of<Tag>(c.right);
         zvq_seq_iterator u{};
-        ASSERT_EQ(MergeFns<Tag>::union_(&u, l.rec(), r.rec(), c.order), SEQ_OK);
+        ASSERT_EQ(Fns<Tag>::union_(&u, l.rec(), r.rec(), c.order), SEQ_OK);
         EXPECT_EQ(u.elem_type, Tag::code);
         zvq_seq_status last;
         EXPECT_EQ(singles_of<V>(u, &last), c.want);
@@ -74,7 +61,7 @@ TYPED_TEST(Merge, UniqueFiltersFromTheSecondChunkOnAndAfterReset) {
     first.back().value = V(2);
     Script in = Script::of<Tag>({first, {{V(2), 3}, {V(2), 1}, {V(3), 5}, {V(3), 1}, {V(2), 1}}});
     zvq_seq_iterator u{};
-    ASSERT_EQ(MergeFns<Tag>::unique(&u, in.rec()), SEQ_OK);
+    ASSERT_EQ(Fns<Tag>::unique(&u, in.rec()), SEQ_OK);
     ASSERT_EQ(u.next(&u), SEQ_OK);
     EXPECT_EQ(u.chunk_count, cap);
     EXPECT_EQ(value_at<V>(u, 1), V(1));
@@ -104,19 +91,14 @@ TEST(MergeFloat, NaNHoldsTheLeftBackAndMinusZeroEqualsZero) {
         {{0.0, 1}, {-0.0}, {-0.0, 1}},  // the pair collapses to the right's value
     };
     for (const Case& c : cases) {
-        Chunk<double> lc, rc;
-        for (double v : c.left) lc.push_back({v, 1});
-        for (double v : c.right) rc.push_back({v, 1});
-        Script l = Script::of<Double>({lc}), r = Script::of<Double>({rc});
+        Script l = Script::of<Double>(chunks_of(c.left, 9)), r = Script::of<Double>(chunks_of(c.right, 9));
         zvq_seq_iterator u{};
         ASSERT_EQ(zvq_seq_union_double(&u, l.rec(), r.rec(), SEQ_ORDER_ASC), SEQ_OK);
-        std::vector<test::Run<double>> want;
-        for (double v : c.want) want.push_back({v, 1});
-        EXPECT_EQ(drain_runs<double>(u), want);  // bitwise
+        EXPECT_EQ(drain_runs<double>(u), chunks_of(c.want, 9).at(0));  // bitwise
     }
     // unique: a NaN equals nothing, -0.0 equals 0.0 (one full chunk first).
-    Chunk<double> first(capacity<Double>, {nan, 1});
-    Script in = Script::of<Double>({first, {{nan, 1}, {0.0, 1}, {-0.0, 2}, {nan, 1}}});
+    Script in =
+        Script::of<Double>({Chunk<double>(capacity<Double>, {nan, 1}), {{nan, 1}, {0.0, 1}, {-0.0, 2}, {nan, 1}}});
     zvq_seq_iterator u{};
     ASSERT_EQ(zvq_seq_unique_double(&u, in.rec()), SEQ_OK);
     ASSERT_EQ(u.next(&u), SEQ_OK);
@@ -126,29 +108,12 @@ TEST(MergeFloat, NaNHoldsTheLeftBackAndMinusZeroEqualsZero) {
 }
 
 TEST(MergeLarge, UnionFillsWholeChunksLikeAPlainMerge) {
-    // Evens against multiples of three (2100 distinct), several chunks a side.
-    std::vector<int32_t> a(1500), b(1100);
+    // Evens against multiples of three (2100 distinct), chunks of 300 a side.
+    std::vector<int32_t> a(1500), b(1100), want;
     for (size_t i = 0; i < a.size(); ++i) a[i] = static_cast<int32_t>(2 * i);
     for (size_t i = 0; i < b.size(); ++i) b[i] = static_cast<int32_t>(3 * i);
-    auto chunked = [](const std::vector<int32_t>& v) {
-        std::vector<Chunk<int32_t>> out;
-        for (size_t i = 0; i < v.size(); ++i) {
-            if (i % 300 == 0) out.emplace_back();
-            out.back().push_back({v[i], 1});
-        }
-        return out;
-    };
-    std::vector<int32_t> want;
-    size_t i = 0, j = 0;
-    while (i < a.size() || j < b.size()) {
-        if (j == b.size() || (i < a.size() && a[i] < b[j])) {
-            want.push_back(a[i++]);
-        } else {
-            i += i < a.size() && a[i] == b[j];
-            want.push_back(b[j++]);
-        }
-    }
-    Script l = Script::of<Int4>(chunked(a)), r = Script::of<Int4>(chunked(b));
+    std::set_union(a.begin(), a.end(), b.begin(), b.end(), std::back_inserter(want));
+    Script l = Script::of<Int4>(chunks_of(a, 300)), r = Script::of<Int4>(chunks_of(b, 300));
     zvq_seq_iterator u{};
     ASSERT_EQ(zvq_seq_union_int4(&u, l.rec(), r.rec(), SEQ_ORDER_ASC), SEQ_OK);
     std::vector<size_t> sizes;
