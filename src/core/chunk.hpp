@@ -11,6 +11,9 @@
 // take(1) then wraps 256 times, take(remainder) moves on at once.
 #pragma once
 
+#include <algorithm>
+#include <array>
+#include <cstddef>
 #include <cstdint>
 #include <cstring>
 
@@ -118,5 +121,80 @@ inline uint64_t repeat_sum(const Rec& r, uint32_t from, uint32_t to) {
 
 // Sum of the repeat bytes of runs [0, n).
 inline uint64_t repeat_sum(const Rec& r, uint32_t n) { return repeat_sum(r, 0, n); }
+
+// ---- several operands read in step ---------------------------------------
+//
+// Operators that pair the elements of two or three operands (paired
+// statistics, group aggregates) read them overlap by overlap: the overlap of
+// the operands' current runs is as long as the shortest remainder.
+
+// Refills the operands whose chunks are used up, in operand order. The first
+// status other than SEQ_OK is returned at once, later operands unpulled.
+template <size_t N>
+inline zvq_seq_status refill_each(const std::array<Rec*, N>& ops) {
+    for (Rec* op : ops)
+        if (zvq_seq_status s = refill(*op)) return s;
+    return SEQ_OK;
+}
+
+// Walks the overlaps of the operands' runs until a chunk is used up, calling
+// visit(at, n, starts) for each: at[k] is the slot operand k stands at, n the
+// overlap's length and starts whether the last operand's run begins there.
+// visit returns false to stop before the overlap is taken; walk_in_step then
+// returns false with no operand moved past it.
+//
+// Where all operands stand at the start of runs whose repeat bytes agree, a
+// stretch of such runs is walked with local indexes, one overlap per run:
+// the same overlaps as the run-by-run rule, without its bookkeeping. A record
+// given twice reads through one cursor, so only the run-by-run rule serves it.
+template <size_t N, class Visit>
+inline bool walk_in_step(const std::array<Rec*, N>& ops, Visit&& visit) {
+    bool distinct = true;
+    for (size_t a = 0; a < N; ++a)
+        for (size_t b = a + 1; b < N; ++b) distinct &= ops[a] != ops[b];
+    for (;;) {
+        bool whole_runs = distinct;
+        for (const Rec* op : ops) whole_runs &= op->run_pos == 0;
+        if (whole_runs) {
+            std::array<uint32_t, N> at;
+            uint32_t m = ~uint32_t{0};
+            for (size_t k = 0; k < N; ++k) {
+                at[k] = ops[k]->chunk_pos;
+                m = std::min(m, uint32_t{ops[k]->chunk_count} - at[k]);
+            }
+            uint32_t j = 0;
+            bool go = true;
+            for (; j < m; ++j) {
+                const uint8_t n = repeat_at(*ops[0], at[0] + j);
+                bool aligned = true;
+                for (size_t k = 1; k < N; ++k) aligned &= repeat_at(*ops[k], at[k] + j) == n;
+                if (!aligned) break;
+                std::array<uint32_t, N> slot;
+                for (size_t k = 0; k < N; ++k) slot[k] = at[k] + j;
+                if (!visit(slot, n, true)) {
+                    go = false;
+                    break;
+                }
+            }
+            for (size_t k = 0; k < N; ++k) ops[k]->chunk_pos = static_cast<uint16_t>(at[k] + j);
+            if (!go) return false;
+            if (j == m) return true;
+            if (j != 0) continue;
+        }
+        std::array<uint32_t, N> slot;
+        uint8_t n = 255;
+        for (size_t k = 0; k < N; ++k) {
+            slot[k] = ops[k]->chunk_pos;
+            n = std::min(n, remainder(*ops[k]));
+        }
+        if (!visit(slot, n, ops[N - 1]->run_pos == 0)) return false;
+        bool used_up = false;
+        for (Rec* op : ops) {
+            take(*op, n);
+            used_up |= exhausted(*op);
+        }
+        if (used_up) return true;
+    }
+}
 
 }  // namespace zvq
