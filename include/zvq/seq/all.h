@@ -2,6 +2,7 @@
 #ifndef ZVQ_SEQ_ALL_H
 #define ZVQ_SEQ_ALL_H
 #include "zvq/seq/aggregate_group.h"
+#include "zvq/seq/aggregate_paired.h"
 #include "zvq/seq/aggregate_whole.h"
 #include "zvq/seq/core_frame.h"
 #include "zvq/seq/core_host.h"
