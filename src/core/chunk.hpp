@@ -13,9 +13,11 @@
 
 #include <algorithm>
 #include <array>
+#include <bit>
 #include <cstddef>
 #include <cstdint>
 #include <cstring>
+#include <type_traits>
 
 #include "core/types.hpp"
 
@@ -122,6 +124,24 @@ inline uint64_t repeat_sum(const Rec& r, uint32_t from, uint32_t to) {
 // Sum of the repeat bytes of runs [0, n).
 inline uint64_t repeat_sum(const Rec& r, uint32_t n) { return repeat_sum(r, 0, n); }
 
+static_assert(std::endian::native == std::endian::little, "equal_repeats reads repeat bytes as words");
+
+// Number of runs, at most m, from run a of x and run b of y on, whose repeat
+// bytes are equal pair by pair. Compared 8 at a time: the repeat bytes of
+// later runs stand below, so run a's byte is the word's most significant.
+inline uint32_t equal_repeats(const Rec& x, uint32_t a, const Rec& y, uint32_t b, uint32_t m) {
+    const uint8_t* xtop = x.chunk + 4096u - a;
+    const uint8_t* ytop = y.chunk + 4096u - b;
+    uint32_t k = 0;
+    while (k + 8 <= m) {
+        const uint64_t diff = load<uint64_t>(xtop - k - 8) ^ load<uint64_t>(ytop - k - 8);
+        if (diff != 0) return k + static_cast<uint32_t>(std::countl_zero(diff) >> 3);
+        k += 8;
+    }
+    while (k < m && *(xtop - k - 1) == *(ytop - k - 1)) ++k;
+    return k;
+}
+
 // ---- several operands read in step ---------------------------------------
 //
 // Operators that pair the elements of two or three operands (paired
@@ -137,6 +157,16 @@ inline zvq_seq_status refill_each(const std::array<Rec*, N>& ops) {
     return SEQ_OK;
 }
 
+template <size_t N>
+inline bool any_exhausted(const std::array<Rec*, N>& ops) {
+    for (const Rec* op : ops)
+        if (exhausted(*op)) return true;
+    return false;
+}
+
+// Marks a walk whose aligned runs are visited one by one.
+struct EachRun {};
+
 // Walks the overlaps of the operands' runs until a chunk is used up, calling
 // visit(at, n, starts) for each: at[k] is the slot operand k stands at, n the
 // overlap's length and starts whether the last operand's run begins there.
@@ -144,12 +174,17 @@ inline zvq_seq_status refill_each(const std::array<Rec*, N>& ops) {
 // returns false with no operand moved past it.
 //
 // Where all operands stand at the start of runs whose repeat bytes agree, a
-// stretch of such runs is walked with local indexes, one overlap per run:
-// the same overlaps as the run-by-run rule, without its bookkeeping. A record
-// given twice reads through one cursor, so only the run-by-run rule serves it.
-template <size_t N, class Visit>
-inline bool walk_in_step(const std::array<Rec*, N>& ops, Visit&& visit) {
-    bool distinct = true;
+// stretch of m such runs is one overlap per run: the same overlaps as the
+// run-by-run rule, walked with local indexes. runs(at, m) may take such a
+// stretch at once and return how many runs it took (fewer: it stopped);
+// EachRun visits them one by one. A record given twice reads through one
+// cursor, so only the run-by-run rule serves it. With Whole false every
+// overlap takes the run-by-run way, for a visit that calls out anyway.
+//
+// Inlined into its caller, so that what visit accumulates stays in registers.
+template <size_t N, bool Whole = true, class Visit, class Runs = EachRun>
+[[gnu::always_inline]] inline bool walk_in_step(const std::array<Rec*, N>& ops, Visit&& visit, Runs&& runs = {}) {
+    bool distinct = Whole;
     for (size_t a = 0; a < N; ++a)
         for (size_t b = a + 1; b < N; ++b) distinct &= ops[a] != ops[b];
     for (;;) {
@@ -162,24 +197,23 @@ inline bool walk_in_step(const std::array<Rec*, N>& ops, Visit&& visit) {
                 at[k] = ops[k]->chunk_pos;
                 m = std::min(m, uint32_t{ops[k]->chunk_count} - at[k]);
             }
+            for (size_t k = 1; k < N; ++k) m = equal_repeats(*ops[0], at[0], *ops[k], at[k], m);
             uint32_t j = 0;
-            bool go = true;
-            for (; j < m; ++j) {
-                const uint8_t n = repeat_at(*ops[0], at[0] + j);
-                bool aligned = true;
-                for (size_t k = 1; k < N; ++k) aligned &= repeat_at(*ops[k], at[k] + j) == n;
-                if (!aligned) break;
-                std::array<uint32_t, N> slot;
-                for (size_t k = 0; k < N; ++k) slot[k] = at[k] + j;
-                if (!visit(slot, n, true)) {
-                    go = false;
-                    break;
+            if constexpr (std::is_same_v<std::remove_cvref_t<Runs>, EachRun>) {
+                for (; j < m; ++j) {
+                    std::array<uint32_t, N> slot;
+                    for (size_t k = 0; k < N; ++k) slot[k] = at[k] + j;
+                    if (!visit(slot, repeat_at(*ops[0], slot[0]), true)) break;
                 }
+            } else {
+                j = m != 0 ? runs(at, m) : 0;
             }
             for (size_t k = 0; k < N; ++k) ops[k]->chunk_pos = static_cast<uint16_t>(at[k] + j);
-            if (!go) return false;
-            if (j == m) return true;
-            if (j != 0) continue;
+            if (j < m) return false;
+            if (m != 0) {
+                if (any_exhausted(ops)) return true;
+                continue;
+            }
         }
         std::array<uint32_t, N> slot;
         uint8_t n = 255;
@@ -188,12 +222,8 @@ inline bool walk_in_step(const std::array<Rec*, N>& ops, Visit&& visit) {
             n = std::min(n, remainder(*ops[k]));
         }
         if (!visit(slot, n, ops[N - 1]->run_pos == 0)) return false;
-        bool used_up = false;
-        for (Rec* op : ops) {
-            take(*op, n);
-            used_up |= exhausted(*op);
-        }
-        if (used_up) return true;
+        for (Rec* op : ops) take(*op, n);
+        if (any_exhausted(ops)) return true;
     }
 }
 
