@@ -13,7 +13,9 @@
 //   static void fold(Held&, uint8_t n, In... v);  every later fold
 //   static value_t<Out> result(const Held&, uint64_t c);  c elements folded
 //
-// FoldGroup (below) makes such a family from a whole-sequence fold rule.
+// A family of one value operand may also fold a stretch of whole runs:
+//   static void fold_runs(Held&, const Rec& values, uint32_t from, uint32_t to, uint64_t& pending);
+// FoldGroup (group_rules.hpp) makes a family from a whole-sequence fold rule.
 // group_next<Family, Keys> is the loop; Keys is the key test, GroupKeys
 // unless a family compares keys its own way.
 #pragma once
@@ -57,7 +59,8 @@ struct KeyStore {
 // names, which group_next takes from the count of results of the call.
 class GroupKeys {
    public:
-    GroupKeys(const KeyStore& store, uint16_t width) : store_(store), width_(width) {
+    GroupKeys(const KeyStore& store, uint16_t width)
+        : store_(store), width_(width), mask_(width >= 8 ? ~uint64_t{0} : (uint64_t{1} << (8 * width)) - 1) {
         if (narrow()) std::memcpy(&last_, store_.narrow, width_);
     }
 
@@ -67,24 +70,31 @@ class GroupKeys {
     // at the key chunk's capacity keeps that slot inside the key chunk.
     uint32_t bound(uint32_t cap) const { return narrow() ? cap : std::min(cap, char_capacity(width_)); }
 
+    // Keys that compare through zvq_memcmp.
+    bool wide() const { return !narrow(); }
+
     // Compares the key with the last one and keeps it; true if they differ.
+    // Wide is wide(), fixed per call so that a narrow loop calls nothing.
+    template <bool Wide>
     bool differs(const Rec& keys, uint32_t pos, uint32_t wide_slot) {
-        uint64_t k;
-        switch (width_) {
-            case 1: k = value_at<uint8_t>(keys, pos); break;
-            case 2: k = value_at<uint16_t>(keys, pos); break;
-            case 4: k = value_at<uint32_t>(keys, pos); break;
-            case 8: k = value_at<uint64_t>(keys, pos); break;
-            default: {
-                const uint8_t* p = slot_ptr(keys, wide_slot);
-                const bool d = zvq_memcmp(p, store_.wide, width_) != 0;
-                std::memcpy(store_.wide, p, width_);
-                return d;
-            }
+        if constexpr (Wide) {
+            const uint8_t* p = slot_ptr(keys, wide_slot);
+            const bool d = zvq_memcmp(p, store_.wide, width_) != 0;
+            std::memcpy(store_.wide, p, width_);
+            return d;
+        } else {
+            const uint64_t k = narrow_key(keys, pos);
+            const bool d = k != last_;
+            last_ = k;
+            return d;
         }
-        const bool d = k != last_;
-        last_ = k;
-        return d;
+    }
+
+    // The first slot in [from, to) whose narrow key differs from the last
+    // one, or to: where a stretch of key runs that join the group ends.
+    uint32_t same_until(const Rec& keys, uint32_t from, uint32_t to) const {
+        while (from < to && narrow_key(keys, from) == last_) ++from;
+        return from;
     }
 
     void save() const {
@@ -94,8 +104,16 @@ class GroupKeys {
    private:
     bool narrow() const { return width_ == 1 || width_ == 2 || width_ == 4 || width_ == 8; }
 
+    // A word read at the slot and masked to the key's bytes (the low bytes:
+    // the layout is little-endian), so that no branch takes the width. It
+    // stays inside the chunk, whose repeat bytes follow the last slot.
+    uint64_t narrow_key(const Rec& keys, uint32_t pos) const {
+        return load<uint64_t>(keys.chunk + size_t{pos} * width_) & mask_;
+    }
+
     KeyStore store_;
     uint16_t width_;
+    uint64_t mask_;  // the low width_ bytes of a word
     uint64_t last_ = 0;
 };
 
@@ -117,6 +135,87 @@ inline void group_fold(typename Family::Held& held, bool first, uint8_t n, const
         Family::fold(held, n, group_input<In>(*ops[K], at[K])...);
 }
 
+// Writes the result of the group in progress into slot i, which closes it.
+template <class Family>
+inline void deliver(Rec& r, uint32_t& i, const typename Family::Held& held, uint64_t& pending) {
+    set_value<value_t<typename Family::Out>>(r, i, Family::result(held, pending));
+    set_repeat(r, i, 1);
+    ++r.next_pos;
+    pending = 0;
+    ++i;
+}
+
+// One call of a group aggregate's next, for narrow or for wide keys. The
+// group in progress is kept in locals and written back on every return: a
+// failing operand leaves it as it stands. (The visit captures only plain
+// locals, so that they stay in registers.)
+template <class Family, class Keys, bool Wide>
+zvq_seq_status group_pass(Rec& r, Keys key) {
+    constexpr size_t N = Family::kValues + 1;
+    std::array<Rec*, N> ops;
+    for (size_t k = 0; k < N; ++k) ops[k] = r.operand[k];
+    const Rec& keys = *ops[N - 1];
+    const uint32_t cap = key.bound(capacity<typename Family::Out>);
+    typename Family::Held held = Family::load(r);
+    uint64_t pending = pending_count(r);
+    uint32_t i = 0;
+
+    const auto step = [&](const std::array<uint32_t, N>& at, uint8_t n, bool key_run_starts) {
+        if (key_run_starts && key.template differs<Wide>(keys, at[N - 1], i) && pending != 0) {
+            deliver<Family>(r, i, held, pending);
+            if (i == cap) return false;
+        }
+        group_fold<Family>(held, pending == 0, n, ops, at, std::make_index_sequence<Family::kValues>{});
+        pending += n;
+        return true;
+    };
+
+    zvq_seq_status s;
+    for (;;) {
+        s = refill_each(ops);
+        if (s == SEQ_END) {
+            // The end of any operand ends the sequence, and the last group with it.
+            if (i == 0 && pending == 0) break;
+            if (pending != 0) deliver<Family>(r, i, held, pending);
+            r.chunk_count = static_cast<uint16_t>(i);
+            s = SEQ_OK;
+            break;
+        }
+        if (s != SEQ_OK) break;
+        // A wide key calls out on every key run; whole-run stretches would
+        // not keep anything in registers there.
+        bool room;
+        if constexpr (!Wide && requires(typename Family::Held& h, const Rec& v, uint64_t& c) {
+                          Family::fold_runs(h, v, 0u, 0u, c);
+                      }) {
+            // Whole runs of the one value operand: the keys are scanned to the
+            // next change and the value runs up to it folded in one go.
+            room = walk_in_step<N>(ops, step, [&](const std::array<uint32_t, N>& at, uint32_t m) {
+                for (uint32_t j = 0; j < m;) {
+                    if (key.template differs<false>(keys, at[1] + j, i) && pending != 0) {
+                        deliver<Family>(r, i, held, pending);
+                        if (i == cap) return j;
+                    }
+                    const uint32_t end = key.same_until(keys, at[1] + j + 1, at[1] + m) - at[1];
+                    Family::fold_runs(held, *ops[0], at[0] + j, at[0] + end, pending);
+                    j = end;
+                }
+                return m;
+            });
+        } else {
+            room = walk_in_step<N, !Wide>(ops, step);
+        }
+        if (!room) {
+            r.chunk_count = static_cast<uint16_t>(cap);
+            break;
+        }
+    }
+    Family::save(r, held);
+    set_pending_count(r, pending);
+    key.save();
+    return s;
+}
+
 }  // namespace detail
 
 // next of a group aggregate. The value operands and then the keys are read
@@ -127,58 +226,9 @@ inline void group_fold(typename Family::Held& held, bool first, uint8_t n, const
 // nothing pending it seeds the new group.
 template <class Family, class Keys = GroupKeys>
 zvq_seq_status group_next(Rec& r) {
-    using Out = value_t<typename Family::Out>;
-    constexpr size_t N = Family::kValues + 1;
-    std::array<Rec*, N> ops;
-    for (size_t k = 0; k < N; ++k) ops[k] = r.operand[k];
-    const Rec& keys = *ops[N - 1];
-
-    Keys key(Family::key_store(r), keys.elem_size);
+    Keys key(Family::key_store(r), r.operand[Family::kValues]->elem_size);
     if (!key.fits()) return SEQ_TYPE_MISMATCH;  // a key operand that grew since construction
-    const uint32_t cap = key.bound(capacity<typename Family::Out>);
-    typename Family::Held held = Family::load(r);
-    uint64_t pending = pending_count(r);
-    uint32_t i = 0;
-
-    const auto deliver = [&] {
-        set_value<Out>(r, i, Family::result(held, pending));
-        set_repeat(r, i, 1);
-        ++r.next_pos;
-        pending = 0;
-        ++i;
-    };
-    // A failing operand leaves the group in progress as it stands.
-    const auto leave = [&](zvq_seq_status s) {
-        Family::save(r, held);
-        set_pending_count(r, pending);
-        key.save();
-        return s;
-    };
-    const auto step = [&](const std::array<uint32_t, N>& at, uint8_t n, bool key_run_starts) {
-        if (key_run_starts && key.differs(keys, at[N - 1], i) && pending != 0) {
-            deliver();
-            if (i == cap) return false;
-        }
-        detail::group_fold<Family>(held, pending == 0, n, ops, at, std::make_index_sequence<Family::kValues>{});
-        pending += n;
-        return true;
-    };
-
-    for (;;) {
-        const zvq_seq_status s = refill_each(ops);
-        if (s == SEQ_END) {
-            // The end of any operand ends the sequence, and the last group with it.
-            if (i == 0 && pending == 0) return leave(SEQ_END);
-            if (pending != 0) deliver();
-            r.chunk_count = static_cast<uint16_t>(i);
-            return leave(SEQ_OK);
-        }
-        if (s != SEQ_OK) return leave(s);
-        if (!walk_in_step(ops, step)) {
-            r.chunk_count = static_cast<uint16_t>(cap);
-            return leave(SEQ_OK);
-        }
-    }
+    return key.wide() ? detail::group_pass<Family, Keys, true>(r, key) : detail::group_pass<Family, Keys, false>(r, key);
 }
 
 // ---- constructors ----------------------------------------------------------
@@ -207,47 +257,5 @@ zvq_seq_status group_make(Rec& r, Rec* a, Rec* b, Rec* keys, zvq_seq_next_fn nex
     set_pending_count(r, 0);
     return SEQ_OK;
 }
-
-// ---- families from whole-sequence fold rules --------------------------------
-
-// A fold rule of whole_rules.hpp's shape (seed, fold, result over an
-// accumulator and a sum of squares) as a group family over Values value
-// operands, its state a GroupState.
-template <class Fold, size_t Values = 1>
-struct FoldGroup {
-    using Tag = typename Fold::Tag;
-    using Out = typename Fold::Out;
-    using In = typename Fold::In;
-    using Acc = typename Fold::Acc;
-    using State = GroupState<Acc>;
-    static constexpr size_t kValues = Values;
-
-    struct Held {
-        Acc acc;
-        double sq;
-    };
-    static Held load(const Rec& r) {
-        const State& s = state_of<State>(r);
-        return {s.group_acc, s.group_sq};
-    }
-    static void save(Rec& r, const Held& h) {
-        State& s = state_of<State>(r);
-        s.group_acc = h.acc;
-        s.group_sq = h.sq;
-    }
-    static KeyStore key_store(Rec& r) {
-        State& s = state_of<State>(r);
-        return {s.group_key, s.group_key, kGroupKeyRoom};
-    }
-    template <class... V>
-    static void seed(Held& h, uint8_t n, V... v) {
-        Fold::seed(h.acc, h.sq, v..., n);
-    }
-    template <class... V>
-    static void fold(Held& h, uint8_t n, V... v) {
-        Fold::fold(h.acc, h.sq, v..., n);
-    }
-    static value_t<Out> result(const Held& h, uint64_t c) { return Fold::result(h.acc, h.sq, c); }
-};
 
 }  // namespace zvq

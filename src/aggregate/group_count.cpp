@@ -51,7 +51,8 @@ zvq_seq_status count_next(Rec& r) {
         }
         const uint8_t repeat = repeat_at(keys, pos);
         // A wide key is compared where it stands.
-        if (!key.differs(keys, pos, pos) || pending == 0) {
+        const bool differs = key.wide() ? key.differs<true>(keys, pos, pos) : key.differs<false>(keys, pos, pos);
+        if (!differs || pending == 0) {
             pending += repeat;
             continue;
         }

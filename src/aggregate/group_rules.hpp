@@ -105,4 +105,68 @@ struct GroupWavg : RuleBase<T> {
     }
 };
 
+// ---- families from whole-sequence fold rules --------------------------------
+
+// A fold rule of whole_rules.hpp's shape (seed, fold, result over an
+// accumulator and a sum of squares) as a group family over Values value
+// operands, its state a GroupState. With one value operand it also folds a
+// stretch of whole runs at once, through the whole-sequence fold loop.
+template <class Fold, size_t Values = 1>
+struct FoldGroup {
+    using Tag = typename Fold::Tag;
+    using Out = typename Fold::Out;
+    using In = typename Fold::In;
+    using Acc = typename Fold::Acc;
+    using State = GroupState<Acc>;
+    static constexpr size_t kValues = Values;
+
+    struct Held {
+        Acc acc;
+        double sq;
+    };
+    static Held load(const Rec& r) {
+        const State& s = state_of<State>(r);
+        return {s.group_acc, s.group_sq};
+    }
+    static void save(Rec& r, const Held& h) {
+        State& s = state_of<State>(r);
+        s.group_acc = h.acc;
+        s.group_sq = h.sq;
+    }
+    static KeyStore key_store(Rec& r) {
+        State& s = state_of<State>(r);
+        return {s.group_key, s.group_key, kGroupKeyRoom};
+    }
+    template <class... V>
+    static void seed(Held& h, uint8_t n, V... v) {
+        Fold::seed(h.acc, h.sq, v..., n);
+    }
+    template <class... V>
+    static void fold(Held& h, uint8_t n, V... v) {
+        Fold::fold(h.acc, h.sq, v..., n);
+    }
+    static value_t<Out> result(const Held& h, uint64_t c) { return Fold::result(h.acc, h.sq, c); }
+
+    // Runs [from, to) of the values, each with its repeat byte as n. A run of
+    // repeat 0 leaves nothing pending, so the next run seeds again.
+    static void fold_runs(Held& h, const Rec& values, uint32_t from, uint32_t to, uint64_t& pending)
+        requires(Values == 1)
+    {
+        for (; from < to && pending == 0; ++from) {
+            Fold::seed(h.acc, h.sq, value_at<In>(values, from), repeat_at(values, from));
+            pending = repeat_at(values, from);
+        }
+        if (to - from >= kLongStretch) {
+            zvq::fold_runs<Fold>(values, from, to, h.acc, h.sq, pending);
+            return;
+        }
+        // A short stretch costs less folded here than through the vector loop.
+        for (; from < to; ++from) {
+            Fold::fold(h.acc, h.sq, value_at<In>(values, from), repeat_at(values, from));
+            pending += repeat_at(values, from);
+        }
+    }
+    static constexpr uint32_t kLongStretch = 64;
+};
+
 }  // namespace zvq
