@@ -11,4 +11,7 @@ void check(const char* what, int64_t got, int64_t want);
 /* Mismatches so far; main's exit status. */
 extern int failures;
 
+/* Group aggregates and paired statistics (tour_group.c). */
+void tour_group(void);
+
 #endif
