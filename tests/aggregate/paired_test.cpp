@@ -85,25 +85,19 @@ TEST(PairedSigns, SignedSumsReadAsUnsignedAndWavgMultipliesInTheOperandsArithmet
     EXPECT_EQ(s.xy, 0.0);
     paired<Int8>(zvq_seq_wavg_int8, {{{65536, 1}}}, {{{65536, 1}}}, &s);
     EXPECT_EQ(s.xy, 4294967296.0);
-    // float: y * x * k in single precision.
-    paired<Float>(zvq_seq_wavg_float, {{{0.1f, 3}}}, {{{0.3f, 3}}}, &s);
+    paired<Float>(zvq_seq_wavg_float, {{{0.1f, 3}}}, {{{0.3f, 3}}}, &s);  // y * x * k in single precision
     EXPECT_EQ(s.xy, double(0.3f * 0.1f * 3.0f));
 }
 
-TEST(PairedEnds, TheFirstOperandToEndEndsTheAggregate) {
+TEST(PairedEnds, TheFirstOperandToEndEndsTheAggregateAndAFailureDropsTheSums) {
     // Empty x: y is never pulled. Empty y: x was pulled once.
     for (bool x_empty : {true, false}) {
-        auto full = Script::of<Double>({{{1.0, 4}}});
-        auto empty = Script::of<Double>({});
-        Script& x = x_empty ? empty : full;
-        Script& y = x_empty ? full : empty;
+        auto full = Script::of<Double>({{{1.0, 4}}}), empty = Script::of<Double>({});
         zvq_seq_iterator r{};
-        ASSERT_EQ(zvq_seq_wsum_double(&r, x.rec(), y.rec()), SEQ_OK);
+        ASSERT_EQ(zvq_seq_wsum_double(&r, (x_empty ? empty : full).rec(), (x_empty ? full : empty).rec()), SEQ_OK);
         EXPECT_EQ(r.next(&r), SEQ_END);
-        EXPECT_EQ(r.next_pos, 0u);
         EXPECT_EQ(full.pulls(), x_empty ? 0u : 1u);
     }
-    // A failure drops the sums; the record stays fresh.
     auto x = Script::of<Double>({{{1.0, 4}}, {{2.0, 1}}}).fail_at(1, SEQ_NOMEM);
     auto y = Script::of<Double>({{{1.0, 9}}});
     zvq_seq_iterator r{};
@@ -111,7 +105,7 @@ TEST(PairedEnds, TheFirstOperandToEndEndsTheAggregate) {
     EXPECT_EQ(r.next(&r), SEQ_NOMEM);
     EXPECT_EQ(r.next_pos, 0u);
     EXPECT_EQ(r.next(&r), SEQ_OK);
-    EXPECT_EQ(value_at<double>(r, 0), 2.0);  // the pair left after the failure
+    EXPECT_EQ(value_at<double>(r, 0), 2.0);  // only the pair read after the failure
 }
 
 struct Parts {
