@@ -7,6 +7,7 @@
 #include <cmath>
 #include <cstring>
 #include <string>
+#include <type_traits>
 #include <vector>
 
 #include "bench_util.hpp"
@@ -32,6 +33,23 @@ std::vector<V> run_values(const std::vector<V>& expanded) {
     std::vector<V> runs;
     for (size_t i = 0; i < expanded.size(); i += kStretch) runs.push_back(expanded[i]);
     return runs;
+}
+
+// A source over a column: its runs of 255 served as runs, or the column
+// itself from memory (runs of 1). `runs` keeps what a run source serves.
+template <class V>
+void serve(zvq_seq_iterator& it, const std::vector<V>& column, std::vector<V>& runs, bool stretches) {
+    constexpr uint8_t type = std::is_same_v<V, double> ? ZVQ_SEQ_TYPE_DOUBLE : ZVQ_SEQ_TYPE_INT4;
+    if (stretches) {
+        runs = run_values(column);
+        StretchSource<V>::make(&it, type, runs);
+        return;
+    }
+    it = zvq_seq_iterator{};
+    if constexpr (std::is_same_v<V, double>)
+        zvq_seq_unget_double(&it, column.data(), column.size());
+    else
+        zvq_seq_unget_int4(&it, column.data(), column.size());
 }
 
 // Pulls every chunk of results and adds them up.
@@ -70,18 +88,11 @@ void group_sum(benchmark::State& state, size_t groups, bool stretches) {
     const size_t run = stretches ? kStretch : 1;
     const std::vector<double> values = zvq::bench::make_column<double>(n, run);
     const std::vector<int32_t> keys = make_keys(n, groups, run);
-    const std::vector<double> value_runs = run_values(values);
-    const std::vector<int32_t> key_runs = run_values(keys);
+    static std::vector<double> value_runs;
+    static std::vector<int32_t> key_runs;
     static zvq_seq_iterator v, k, agg;
-    if (stretches) {
-        StretchSource<double>::make(&v, ZVQ_SEQ_TYPE_DOUBLE, value_runs);
-        StretchSource<int32_t>::make(&k, ZVQ_SEQ_TYPE_INT4, key_runs);
-    } else {
-        v = zvq_seq_iterator{};
-        k = zvq_seq_iterator{};
-        zvq_seq_unget_double(&v, values.data(), n);
-        zvq_seq_unget_int4(&k, keys.data(), n);
-    }
+    serve(v, values, value_runs, stretches);
+    serve(k, keys, key_runs, stretches);
     agg = zvq_seq_iterator{};
     zvq_seq_group_agg_sum_double(&agg, &v, &k);
     zvq::bench::measure(
@@ -109,17 +120,10 @@ void corr(benchmark::State& state, bool stretches) {
     const size_t run = stretches ? kStretch : 1;
     const std::vector<double> xs = zvq::bench::make_column<double>(n, run, 1.0);
     const std::vector<double> ys = zvq::bench::make_column<double>(n, run, 500.0);
-    const std::vector<double> x_runs = run_values(xs), y_runs = run_values(ys);
+    static std::vector<double> x_runs, y_runs;
     static zvq_seq_iterator x, y, agg;
-    if (stretches) {
-        StretchSource<double>::make(&x, ZVQ_SEQ_TYPE_DOUBLE, x_runs);
-        StretchSource<double>::make(&y, ZVQ_SEQ_TYPE_DOUBLE, y_runs);
-    } else {
-        x = zvq_seq_iterator{};
-        y = zvq_seq_iterator{};
-        zvq_seq_unget_double(&x, xs.data(), n);
-        zvq_seq_unget_double(&y, ys.data(), n);
-    }
+    serve(x, xs, x_runs, stretches);
+    serve(y, ys, y_runs, stretches);
     agg = zvq_seq_iterator{};
     zvq_seq_corr_double(&agg, &x, &y);
     zvq::bench::measure(
