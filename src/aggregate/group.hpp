@@ -182,8 +182,6 @@ zvq_seq_status group_pass(Rec& r, Keys key) {
             break;
         }
         if (s != SEQ_OK) break;
-        // A wide key calls out on every key run; whole-run stretches would
-        // not keep anything in registers there.
         bool room;
         if constexpr (!Wide && requires(typename Family::Held& h, const Rec& v, uint64_t& c) {
                           Family::fold_runs(h, v, 0u, 0u, c);
@@ -203,6 +201,8 @@ zvq_seq_status group_pass(Rec& r, Keys key) {
                 return m;
             });
         } else {
+            // A wide key calls out on every key run: a loop of whole runs
+            // would keep nothing in registers there.
             room = walk_in_step<N, !Wide>(ops, step);
         }
         if (!room) {
@@ -228,7 +228,8 @@ template <class Family, class Keys = GroupKeys>
 zvq_seq_status group_next(Rec& r) {
     Keys key(Family::key_store(r), r.operand[Family::kValues]->elem_size);
     if (!key.fits()) return SEQ_TYPE_MISMATCH;  // a key operand that grew since construction
-    return key.wide() ? detail::group_pass<Family, Keys, true>(r, key) : detail::group_pass<Family, Keys, false>(r, key);
+    return key.wide() ? detail::group_pass<Family, Keys, true>(r, key)
+                      : detail::group_pass<Family, Keys, false>(r, key);
 }
 
 // ---- constructors ----------------------------------------------------------

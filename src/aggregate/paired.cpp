@@ -83,8 +83,8 @@ double weighted_term(value_t<T> x, value_t<T> y, uint8_t k) {
             p = static_cast<uint64_t>(x) * static_cast<uint64_t>(y);
         else if constexpr (std::is_same_v<V, uint32_t>)
             p = uint32_t{x} * uint32_t{y};
-        else
-            p = static_cast<uint64_t>(int64_t{static_cast<int32_t>(static_cast<uint32_t>(x) * static_cast<uint32_t>(y))});
+        else  // the narrow types: a 32-bit product, sign-extended
+            p = static_cast<uint64_t>(int64_t{wrap_mul<int32_t>(x, y)});
         return static_cast<double>(p * k);
     }
 }
