@@ -220,6 +220,7 @@ int main(void) {
     }
 
     tour_align();
+    tour_group();
     free(col);
 
     printf("\n%s\n", failures ? "FAILED" : "all results match the plain loops");

@@ -13,5 +13,7 @@ extern int failures;
 
 /* Time alignment, merging and turning points (tour_align.c). */
 void tour_align(void);
+/* Group aggregates and paired statistics (tour_group.c). */
+void tour_group(void);
 
 #endif
