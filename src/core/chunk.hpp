@@ -100,6 +100,22 @@ inline void take(Rec& r, uint8_t k) {
     }
 }
 
+// Elements of the current run that a reader taking one at a time gets before
+// it moves on: the remainder, except that a repeat byte of 0 wraps run_pos
+// through 255 and so gives 256 less what was taken.
+inline uint32_t stepwise_remainder(const Rec& r) { return ((current_repeat(r) - r.run_pos - 1u) & 0xFFu) + 1u; }
+
+// Take k elements one at a time (k at most stepwise_remainder): the positions
+// that k calls of take(r, 1) leave, in one step.
+inline void take_stepwise(Rec& r, uint32_t k) {
+    if (k == stepwise_remainder(r)) {
+        r.run_pos = 0;
+        ++r.chunk_pos;
+    } else {
+        r.run_pos = static_cast<uint8_t>(r.run_pos + k);
+    }
+}
+
 // Copy n runs (values and repeat bytes) of src starting at run `from` to dst
 // starting at run `to`, in two blocks.
 inline void copy_runs(Rec& dst, uint32_t to, const Rec& src, uint32_t from, uint32_t n) {
