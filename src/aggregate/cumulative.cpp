@@ -120,25 +120,33 @@ using CumDev = CumSpread<T, false, true>;
 template <class T>
 using CumDevSamp = CumSpread<T, true, true>;
 
+// One call's walk: the accumulators and the element count.
 template <class Rule>
-zvq_seq_status cum_next(Rec& r) {
+struct CumStep {
     using In = typename Rule::In;
-    auto& st = state_of<CumState<typename Rule::Acc>>(r);
-    const Rec& op = *r.operand[0];
-    typename Rule::Acc a = st.cum_acc;
-    double q = st.cum_sq;
-    uint64_t p = r.next_pos;
-    const zvq_seq_status s = emit_per_element<value_t<typename Rule::Out>, In>(r, [&](In v) {
+    const Rec* op;
+    typename Rule::Acc a;
+    double q;
+    uint64_t p;
+
+    auto operator()(In v) {
         const uint64_t at = p++;
         // The first element seeds from run 0 of the operand's chunk.
-        if (at == 0) return Rule::seed(a, q, value_at<In>(op, 0));
+        if (at == 0) return Rule::seed(a, q, value_at<In>(*op, 0));
         return Rule::fold(a, q, v, at);
-    });
+    }
+};
+
+template <class Rule>
+zvq_seq_status cum_next(Rec& r) {
+    auto& st = state_of<CumState<typename Rule::Acc>>(r);
+    CumStep<Rule> step{r.operand[0], st.cum_acc, st.cum_sq, r.next_pos};
+    const zvq_seq_status s = emit_per_element<value_t<typename Rule::Out>, typename Rule::In>(r, step);
     // The count and the accumulators have moved even where a failure drops
     // this call's outputs; a delivered chunk is counted once more.
-    st.cum_acc = a;
-    st.cum_sq = q;
-    r.next_pos = s == SEQ_OK ? p + r.chunk_count : p;
+    st.cum_acc = step.a;
+    st.cum_sq = step.q;
+    r.next_pos = s == SEQ_OK ? step.p + r.chunk_count : step.p;
     return s;
 }
 

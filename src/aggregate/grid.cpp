@@ -108,6 +108,14 @@ using GridDev = GridSpread<Dev<T>>;
 template <class T>
 using GridDevSamp = GridSpread<DevSamp<T>>;
 
+// Writes the result of the open cell of u elements as run o.
+template <class Rule>
+void close_cell(Rec& r, uint32_t o, typename Rule::Acc a, double q, uint64_t u) {
+    set_value<typename Rule::Cell>(r, o, Rule::result(a, q, u));
+    set_repeat(r, o, 1);
+    ++r.next_pos;
+}
+
 template <class Rule>
 zvq_seq_status grid_next(Rec& r) {
     using In = typename Rule::In;
@@ -120,23 +128,40 @@ zvq_seq_status grid_next(Rec& r) {
     typename Rule::Acc a = st.grid_acc;
     double q = st.grid_sq;
     uint32_t o = 0;
-    auto close = [&] {
-        set_value<Cell>(r, o, Rule::result(a, q, pending));
-        set_repeat(r, o, 1);
-        ++o;
-        ++r.next_pos;
-        pending = 0;
-    };
     zvq_seq_status s = SEQ_OK;
     while (o < cap) {
         if (exhausted(op)) {
             s = pull(op);
             if (s == SEQ_END) {
-                if (pending != 0) close();  // the short last cell
+                if (pending != 0) {  // the short last cell
+                    close_cell<Rule>(r, o++, a, q, pending);
+                    pending = 0;
+                }
                 if (o != 0) s = SEQ_OK;
                 break;
             }
             if (s != SEQ_OK) break;
+        }
+        // Whole runs inside the open cell, with the read position in a
+        // local, distinct values in a plain loop; the run that reaches the
+        // cell's end goes the general way.
+        if (pending != 0 && op.run_pos == 0) {
+            uint32_t i = op.chunk_pos;
+            for (const uint32_t end = op.chunk_count; i < end;) {
+                const uint64_t before_end = size == 0 ? kAllOnes : size - pending - 1;
+                const uint32_t m = single_runs(op, i, i + static_cast<uint32_t>(std::min<uint64_t>(end - i, before_end)));
+                for (uint32_t j = 0; j < m; ++j) Rule::fold(a, q, value_at<In>(op, i + j), 1);
+                pending += m;
+                i += m;
+                if (i == end) break;
+                const uint32_t n = stepwise_repeat(op, i);
+                if (size != 0 && n >= size - pending) break;
+                Rule::fold(a, q, value_at<In>(op, i), n);
+                pending += n;
+                ++i;
+            }
+            op.chunk_pos = static_cast<uint16_t>(i);
+            if (exhausted(op)) continue;
         }
         const In v = current<In>(op);
         // A grid_size of 0 never closes a cell: the sequence is one cell.
@@ -150,7 +175,10 @@ zvq_seq_status grid_next(Rec& r) {
         }
         take_stepwise(op, k);
         pending += k;
-        if (pending == size) close();
+        if (pending == size) {
+            close_cell<Rule>(r, o++, a, q, pending);
+            pending = 0;
+        }
     }
     // A failure keeps the open cell; the cells it closed stay counted in
     // next_pos though they are not published.

@@ -28,28 +28,57 @@ inline zvq_seq_status bind_operand(Rec* op) {
 }
 
 // Refills the record's chunk with one run of repeat 1 per operand element,
-// step(v) giving the output for the element v, up to the capacity of Out.
-// A failure of the operand is returned at once and chunk_count stays; on
-// SEQ_OK chunk_count holds the outputs. next_pos is the caller's: the
-// families count it differently.
-template <class Out, class In, class Step>
-zvq_seq_status emit_per_element(Rec& r, Step&& step) {
+// stepper(v) giving the output for the element v, up to the capacity of Out.
+// The stepper is an object holding the accumulators; it is worked on as a
+// local copy, which the compiler keeps in registers, and written back on
+// every return, failures included. A failure of the operand is returned at
+// once and chunk_count stays; on SEQ_OK chunk_count holds the outputs.
+// next_pos is the caller's: the families count it differently.
+template <class Out, class In, class Stepper>
+zvq_seq_status emit_per_element(Rec& r, Stepper& stepper) {
     constexpr uint32_t cap = 4096u / (sizeof(Out) + 1u);
     Rec& op = *r.operand[0];
+    Stepper step = stepper;
     uint32_t o = 0;
-    for (;;) {
+    const auto emit = [&](In v, uint32_t n) {
+        for (uint32_t j = 0; j < n; ++j) set_value<Out>(r, o + j, step(v));
+        o += n;
+    };
+    while (o < cap) {
         if (exhausted(op)) {
             const zvq_seq_status s = pull(op);
             if (s == SEQ_END && o != 0) break;
-            if (s != SEQ_OK) return s;
+            if (s != SEQ_OK) {
+                stepper = step;
+                return s;
+            }
         }
-        const In v = current<In>(op);
+        // Whole runs that fit, with the read position in a local; a stretch
+        // of distinct values goes through a plain loop over the values.
+        if (op.run_pos == 0) {
+            uint32_t i = op.chunk_pos;
+            for (const uint32_t end = op.chunk_count; i < end;) {
+                const uint32_t m = single_runs(op, i, std::min(end, i + (cap - o)));
+                const uint8_t* from = op.chunk + size_t{i} * sizeof(In);
+                uint8_t* to = r.chunk + size_t{o} * sizeof(Out);
+                for (size_t j = 0; j < m; ++j) store<Out>(to + j * sizeof(Out), step(load<In>(from + j * sizeof(In))));
+                o += m;
+                i += m;
+                if (i == end || o == cap) break;
+                const uint32_t n = stepwise_repeat(op, i);
+                if (n > cap - o) break;
+                emit(value_at<In>(op, i), n);
+                ++i;
+            }
+            op.chunk_pos = static_cast<uint16_t>(i);
+            if (exhausted(op) || o == cap) continue;
+        }
+        // A run begun by an earlier call, or one that fills the chunk.
         const uint32_t k = std::min(stepwise_remainder(op), cap - o);
-        for (uint32_t j = 0; j < k; ++j) set_value<Out>(r, o + j, step(v));
+        emit(current<In>(op), k);
         take_stepwise(op, k);
-        o += k;
-        if (o == cap) break;
     }
+    stepper = step;
     std::memset(repeat_area(r, o), 1, o);
     r.chunk_count = static_cast<uint16_t>(o);
     return SEQ_OK;

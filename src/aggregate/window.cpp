@@ -42,7 +42,8 @@ template <class In>
 struct Window {
     const In* ring;  // with the current element already in its slot
     uint64_t size;
-    uint64_t p;  // next_pos at the entry of next
+    uint64_t p;    // next_pos at the entry of next
+    double width;  // size as a double, converted once per call
 };
 
 // A window rule: Tag, In, Out (result tag), Acc (window_acc), kRing (whether
@@ -76,7 +77,7 @@ struct WinAvg : RuleBase<T> {
     static Acc step(Acc& a, double&, In old, In v, const Window<In>& w) {
         a = slide(a, old, v);
         if constexpr (std::is_floating_point_v<Acc>)
-            return a / static_cast<double>(w.size);
+            return a / w.width;
         else
             return a / w.size;
     }
@@ -171,7 +172,7 @@ struct WinEma : RuleBase<T> {
     static constexpr bool kRing = false;
     static double step(double& a, double&, In, In v, const Window<In>& w) {
         if (w.p == 0) return a = static_cast<double>(v);
-        const double alpha = 2.0 / static_cast<double>(w.size + 1);
+        const double alpha = 2.0 / (w.width + 1.0);
         return a = (1.0 - alpha) * a + static_cast<double>(v) * alpha;
     }
 };
@@ -201,22 +202,17 @@ void clear_window(Rec& r) {
     std::memset(st.window_ring, 0, st.window_size * sizeof(typename Rule::In));
 }
 
+// One call's walk: the slot and the value it holds, the accumulators.
 template <class Rule>
-zvq_seq_status window_next(Rec& r) {
+struct WindowStep {
     using In = typename Rule::In;
-    auto& st = state_of<window_state_t<Rule>>(r);
-    const Window<In> w{st.window_ring, st.window_size, r.next_pos};
-    In* slot = nullptr;
-    In held{};
-    if constexpr (Rule::kRing) {
-        if (w.size != 0) {
-            slot = &st.window_ring[w.p % w.size];
-            held = *slot;
-        }
-    }
-    typename Rule::Acc a = st.window_acc;
-    double q = st.window_sq;
-    const zvq_seq_status s = emit_per_element<value_t<typename Rule::Out>, In>(r, [&](In v) {
+    Window<In> w;
+    In* slot;  // null for a window_size of 0
+    In held;
+    typename Rule::Acc a;
+    double q;
+
+    auto operator()(In v) {
         In old{};
         if constexpr (Rule::kRing) {
             if (slot == nullptr) raise_fpe();  // p mod 0, as the processor's division faults
@@ -225,11 +221,27 @@ zvq_seq_status window_next(Rec& r) {
             *slot = v;
         }
         return Rule::step(a, q, old, v, w);
-    });
+    }
+};
+
+template <class Rule>
+zvq_seq_status window_next(Rec& r) {
+    using In = typename Rule::In;
+    auto& st = state_of<window_state_t<Rule>>(r);
+    const uint64_t size = st.window_size;
+    WindowStep<Rule> step{{st.window_ring, size, r.next_pos, static_cast<double>(size)}, nullptr, In{}, st.window_acc,
+                          st.window_sq};
+    if constexpr (Rule::kRing) {
+        if (step.w.size != 0) {
+            step.slot = &st.window_ring[step.w.p % step.w.size];
+            step.held = *step.slot;
+        }
+    }
+    const zvq_seq_status s = emit_per_element<value_t<typename Rule::Out>, In>(r, step);
     // The ring and the accumulators have moved even where a failure drops
     // this call's outputs.
-    st.window_acc = a;
-    st.window_sq = q;
+    st.window_acc = step.a;
+    st.window_sq = step.q;
     if (s == SEQ_OK) r.next_pos += r.chunk_count;
     return s;
 }

@@ -11,6 +11,7 @@
 // take(1) then wraps 256 times, take(remainder) moves on at once.
 #pragma once
 
+#include <bit>
 #include <cstdint>
 #include <cstring>
 
@@ -104,6 +105,24 @@ inline void take(Rec& r, uint8_t k) {
 // it moves on: the remainder, except that a repeat byte of 0 wraps run_pos
 // through 255 and so gives 256 less what was taken.
 inline uint32_t stepwise_remainder(const Rec& r) { return ((current_repeat(r) - r.run_pos - 1u) & 0xFFu) + 1u; }
+
+// Elements of run i for such a reader: its repeat byte, 256 for 0.
+inline uint32_t stepwise_repeat(const Rec& r, uint32_t i) { return ((repeat_at(r, i) - 1u) & 0xFFu) + 1u; }
+
+// Runs with repeat byte 1 from run `from` on, stopping before run `to`: the
+// distinct values, which a reader can take as plain values. Eight repeat
+// bytes are tested at once; run i is the highest byte of the word that ends
+// at its repeat byte.
+inline uint32_t single_runs(const Rec& r, uint32_t from, uint32_t to) {
+    constexpr uint64_t ones = 0x0101010101010101u;
+    uint32_t i = from;
+    for (; i + 8 <= to; i += 8) {
+        const uint64_t differ = load<uint64_t>(repeat_block(r, i, 8)) ^ ones;
+        if (differ != 0) return i - from + static_cast<uint32_t>(std::countl_zero(differ)) / 8;
+    }
+    while (i < to && repeat_at(r, i) == 1) ++i;
+    return i - from;
+}
 
 // Take k elements one at a time (k at most stepwise_remainder): the positions
 // that k calls of take(r, 1) leave, in one step.
