@@ -11,4 +11,7 @@ void check(const char* what, int64_t got, int64_t want);
 /* Mismatches so far; main's exit status. */
 extern int failures;
 
+/* Cumulative, grid and window aggregates (tour_running.c). */
+void tour_running(void);
+
 #endif
