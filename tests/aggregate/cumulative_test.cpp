@@ -64,15 +64,19 @@ TYPED_TEST(CumFamilies, OneOutputPerElementOfRunsAcrossChunks) {
 TEST(CumVariance, WorkedExamplesAndSquaresInTheOperandsArithmetic) {
     using I = Running<Int4>;
     const int64_t indefinite = std::numeric_limits<int64_t>::min();
-    const std::tuple<Plain, int32_t, int32_t, int64_t> int4[] = {
-        {I::cum_var, 2, 4, 1},         // m = 36 / 2 = 18, d = 1.0
-        {I::cum_var_samp, 2, 4, -16},  // n = 1, m = 36, d = -16.0
-        {I::cum_dev, 1, 2, 0},         // m = 9 / 2 = 4, d = 0.5, root 0.707
-        {I::cum_dev_samp, 2, 4, indefinite},
-        {I::cum_var, 65536, 65536, -4294967296},  // 2^32 wraps to 0 in 32 bits
+    const std::tuple<Plain, std::vector<int32_t>, int64_t> int4[] = {
+        {I::cum_var, {2, 4}, 1},         // m = 36 / 2 = 18, d = 1.0
+        {I::cum_var_samp, {2, 4}, -16},  // n = 1, m = 36, d = -16.0
+        {I::cum_dev, {1, 2}, 0},         // m = 9 / 2 = 4, d = 0.5, root 0.707
+        {I::cum_dev_samp, {2, 4}, indefinite},
+        {I::cum_var, {2, 2, 4}, 1},  // m = 64 / 3 = 21, d = 1.0; a double quotient would give 0.89
+        {I::cum_var, {65536, 65536}, -4294967296},  // 2^32 wraps to 0 in 32 bits
     };
-    for (const auto& [ctor, a, b, want] : int4)
-        EXPECT_EQ((run_over<int64_t, Int4>(ctor, {{{a, 1}, {b, 1}}})), (seq<int64_t, int64_t>({0, want})));
+    for (const auto& [ctor, values, want] : int4) {
+        Chunk<int32_t> in;
+        for (int32_t v : values) in.push_back({v, 1});
+        EXPECT_EQ((run_over<int64_t, Int4>(ctor, {in})).back().value, want);
+    }
     // 65535^2 fits 32 bits unsigned, but uint2 reads it as signed.
     EXPECT_EQ((run_over<uint64_t, Uint4>(zvq_seq_cum_agg_var_uint4, {{{65535, 2}}})), (Stretches<uint64_t>{{0, 2}}));
     EXPECT_EQ((run_over<uint64_t, Uint2>(zvq_seq_cum_agg_var_uint2, {{{65535, 2}}})),

@@ -58,6 +58,7 @@ TEST(GridCells, EdgesOfTheCellCount) {
         {10, {{{5, 3}, {2, 1}}}, {{17, 1}}},
         {2, {{{5, 3}, {2, 1}}}, {{10, 1}, {7, 1}}},  // no empty cell after an exact multiple
         {100, {{{1, 255}}, {{2, 45}}}, {{100, 2}, {145, 1}}},  // 55 ones stay open across the chunk
+        {3, {{{1, 0}}}, {{3, 85}, {1, 1}}},                     // a repeat byte of 0 is 256 elements
     };
     for (const auto& [size, in, want] : table) EXPECT_EQ((run_over<int64_t, Int4>(zvq_seq_grid_agg_sum_int4, in, size)), want);
 }
