@@ -110,20 +110,23 @@ template <class V, class Make, class Loop>
 void add(const char* label, Make make, Loop loop) {
     for (bool stretches : {false, true}) {
         const std::string name = std::string(label) + (stretches ? "/stretches" : "/distinct");
-        benchmark::RegisterBenchmark(name.c_str(), [=](benchmark::State& st) { run<V>(st, stretches, make, loop); })
-            ->Apply(zvq::bench::sizes);
+        benchmark::RegisterBenchmark(name.c_str(), [=](benchmark::State& st) {
+            run<V>(st, stretches, make, loop);
+        })->Apply(zvq::bench::sizes);
     }
 }
 
 const bool registered = [] {
-    add<int64_t>("cum_agg_sum_int8", [](zvq_seq_iterator* r, zvq_seq_iterator* op) { zvq_seq_cum_agg_sum_int8(r, op); },
-                 cum_sum_loop);
-    add<double>("grid_agg_avg_double",
-                [](zvq_seq_iterator* r, zvq_seq_iterator* op) { zvq_seq_grid_agg_avg_double(r, op, kCell); },
-                grid_avg_loop);
-    add<double>("window_agg_avg_double",
-                [](zvq_seq_iterator* r, zvq_seq_iterator* op) { zvq_seq_window_agg_avg_double(r, op, kWindow); },
-                window_avg_loop);
+    add<int64_t>(
+        "cum_agg_sum_int8", [](zvq_seq_iterator* r, zvq_seq_iterator* op) { zvq_seq_cum_agg_sum_int8(r, op); },
+        cum_sum_loop);
+    add<double>(
+        "grid_agg_avg_double",
+        [](zvq_seq_iterator* r, zvq_seq_iterator* op) { zvq_seq_grid_agg_avg_double(r, op, kCell); }, grid_avg_loop);
+    add<double>(
+        "window_agg_avg_double",
+        [](zvq_seq_iterator* r, zvq_seq_iterator* op) { zvq_seq_window_agg_avg_double(r, op, kWindow); },
+        window_avg_loop);
     return true;
 }();
 

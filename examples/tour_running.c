@@ -138,9 +138,10 @@ static void window(void) {
 
     printf("window aggregates, size 3: one ring slot per output chunk, not a rolling window\n");
     five_outputs(zvq_seq_window_agg_sum_int4, out);
-    printf("  sum over 1 2 3 4 5 gives %d %d %d %d %d: each element replaces the one before it\n"
-           "  in slot 0, the other two slots still hold their zeros (a rolling sum: 1 3 6 9 12)\n",
-           (int)out[0], (int)out[1], (int)out[2], (int)out[3], (int)out[4]);
+    printf(
+        "  sum over 1 2 3 4 5 gives %d %d %d %d %d: each element replaces the one before it\n"
+        "  in slot 0, the other two slots still hold their zeros (a rolling sum: 1 3 6 9 12)\n",
+        (int)out[0], (int)out[1], (int)out[2], (int)out[3], (int)out[4]);
     for (i = 0; i < 5; ++i) off += out[i] != i + 1;
     check("sums that are not the element itself", off, 0);
     five_outputs(zvq_seq_window_agg_min_int4, out);
@@ -153,8 +154,9 @@ static void window(void) {
     zvq_seq_unget_int4(&src, counting, 460);
     zvq_seq_window_agg_sum_int4(&sum, &src, 3);
     for (i = 0; i < 460; ++i) zvq_seq_next_int8(&sum, &out[i]);
-    printf("  over 1..460 the second chunk starts at position 455 and uses slot 455 mod 3 = 2,\n"
-           "  while slot 0 keeps 455, the last element the first chunk placed there\n");
+    printf(
+        "  over 1..460 the second chunk starts at position 455 and uses slot 455 mod 3 = 2,\n"
+        "  while slot 0 keeps 455, the last element the first chunk placed there\n");
     check("sum at element 455", out[454], 455);
     check("sum at element 456: 455 + 456", out[455], 911);
     check("sum at element 460: 455 + 460", out[459], 915);

@@ -157,13 +157,13 @@ extern "C" {
 
 // The constructor is the unary operators': type, binding, the host's unary
 // reset; the first element seeds the state, so none is written here.
-#define ZVQ_STAMP_CUM(op, Rule, name, Tag)                                                                    \
-    zvq_seq_status zvq_seq_cum_agg_##op##_##name##_next(zvq_seq_iterator* it) {                               \
-        return zvq::cum_next<zvq::Rule<zvq::Tag>>(*it);                                                       \
-    }                                                                                                         \
-    zvq_seq_status zvq_seq_cum_agg_##op##_##name(zvq_seq_iterator* result, zvq_seq_iterator* operand) {       \
-        return zvq::unary_make<zvq::Rule<zvq::Tag>::Out, zvq::Tag>(*result, operand,                          \
-                                                                   zvq_seq_cum_agg_##op##_##name##_next);     \
+#define ZVQ_STAMP_CUM(op, Rule, name, Tag)                                                                \
+    zvq_seq_status zvq_seq_cum_agg_##op##_##name##_next(zvq_seq_iterator* it) {                           \
+        return zvq::cum_next<zvq::Rule<zvq::Tag>>(*it);                                                   \
+    }                                                                                                     \
+    zvq_seq_status zvq_seq_cum_agg_##op##_##name(zvq_seq_iterator* result, zvq_seq_iterator* operand) {   \
+        return zvq::unary_make<zvq::Rule<zvq::Tag>::Out, zvq::Tag>(*result, operand,                      \
+                                                                   zvq_seq_cum_agg_##op##_##name##_next); \
     }
 
 #define ZVQ_CUM_SUM(name, Tag, ctype) ZVQ_STAMP_CUM(sum, CumSum, name, Tag)

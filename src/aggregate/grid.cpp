@@ -149,7 +149,8 @@ zvq_seq_status grid_next(Rec& r) {
             uint32_t i = op.chunk_pos;
             for (const uint32_t end = op.chunk_count; i < end;) {
                 const uint64_t before_end = size == 0 ? kAllOnes : size - pending - 1;
-                const uint32_t m = single_runs(op, i, i + static_cast<uint32_t>(std::min<uint64_t>(end - i, before_end)));
+                const uint32_t m =
+                    single_runs(op, i, i + static_cast<uint32_t>(std::min<uint64_t>(end - i, before_end)));
                 for (uint32_t j = 0; j < m; ++j) Rule::fold(a, q, value_at<In>(op, i + j), 1);
                 pending += m;
                 i += m;
@@ -204,14 +205,14 @@ zvq_seq_status grid_make(Rec& r, Rec* op, uint64_t size, zvq_seq_next_fn next) {
 
 extern "C" {
 
-#define ZVQ_STAMP_GRID(op, Rule, name, Tag)                                                                    \
-    zvq_seq_status zvq_seq_grid_agg_##op##_##name##_next(zvq_seq_iterator* it) {                               \
-        return zvq::grid_next<zvq::Rule<zvq::Tag>>(*it);                                                       \
-    }                                                                                                          \
-    zvq_seq_status zvq_seq_grid_agg_##op##_##name(zvq_seq_iterator* result, zvq_seq_iterator* operand,         \
-                                                  uint64_t grid_size) {                                        \
-        return zvq::grid_make<zvq::Rule<zvq::Tag>>(*result, operand, grid_size,                                \
-                                                   zvq_seq_grid_agg_##op##_##name##_next);                     \
+#define ZVQ_STAMP_GRID(op, Rule, name, Tag)                                                            \
+    zvq_seq_status zvq_seq_grid_agg_##op##_##name##_next(zvq_seq_iterator* it) {                       \
+        return zvq::grid_next<zvq::Rule<zvq::Tag>>(*it);                                               \
+    }                                                                                                  \
+    zvq_seq_status zvq_seq_grid_agg_##op##_##name(zvq_seq_iterator* result, zvq_seq_iterator* operand, \
+                                                  uint64_t grid_size) {                                \
+        return zvq::grid_make<zvq::Rule<zvq::Tag>>(*result, operand, grid_size,                        \
+                                                   zvq_seq_grid_agg_##op##_##name##_next);             \
     }
 
 #define ZVQ_GRID_SUM(name, Tag, ctype) ZVQ_STAMP_GRID(sum, GridSum, name, Tag)

@@ -229,8 +229,8 @@ zvq_seq_status window_next(Rec& r) {
     using In = typename Rule::In;
     auto& st = state_of<window_state_t<Rule>>(r);
     const uint64_t size = st.window_size;
-    WindowStep<Rule> step{{st.window_ring, size, r.next_pos, static_cast<double>(size)}, nullptr, In{}, st.window_acc,
-                          st.window_sq};
+    WindowStep<Rule> step{
+        {st.window_ring, size, r.next_pos, static_cast<double>(size)}, nullptr, In{}, st.window_acc, st.window_sq};
     if constexpr (Rule::kRing) {
         if (step.w.size != 0) {
             step.slot = &st.window_ring[step.w.p % step.w.size];
@@ -268,25 +268,25 @@ zvq_seq_status window_make(Rec& r, Rec* op, uint64_t size, zvq_seq_next_fn next,
 
 extern "C" {
 
-#define ZVQ_STAMP_WINDOW_NEXT(op, Rule, name, Tag)                                     \
-    zvq_seq_status zvq_seq_window_agg_##op##_##name##_next(zvq_seq_iterator* it) {     \
-        return zvq::window_next<zvq::Rule<zvq::Tag>>(*it);                             \
+#define ZVQ_STAMP_WINDOW_NEXT(op, Rule, name, Tag)                                 \
+    zvq_seq_status zvq_seq_window_agg_##op##_##name##_next(zvq_seq_iterator* it) { \
+        return zvq::window_next<zvq::Rule<zvq::Tag>>(*it);                         \
     }
-#define ZVQ_STAMP_WINDOW_RESET(op, Rule, name, Tag)                                    \
-    zvq_seq_status zvq_seq_window_agg_##op##_##name##_reset(zvq_seq_iterator* it) {    \
-        return zvq::window_reset<zvq::Rule<zvq::Tag>>(*it);                            \
+#define ZVQ_STAMP_WINDOW_RESET(op, Rule, name, Tag)                                 \
+    zvq_seq_status zvq_seq_window_agg_##op##_##name##_reset(zvq_seq_iterator* it) { \
+        return zvq::window_reset<zvq::Rule<zvq::Tag>>(*it);                         \
     }
-#define ZVQ_STAMP_WINDOW_MAKE(op, Rule, name, Tag)                                                              \
-    zvq_seq_status zvq_seq_window_agg_##op##_##name(zvq_seq_iterator* result, zvq_seq_iterator* operand,        \
-                                                    uint64_t window_size) {                                     \
-        return zvq::window_make<zvq::Rule<zvq::Tag>>(*result, operand, window_size,                             \
-                                                     zvq_seq_window_agg_##op##_##name##_next,                   \
-                                                     zvq_seq_window_agg_##op##_##name##_reset);                 \
+#define ZVQ_STAMP_WINDOW_MAKE(op, Rule, name, Tag)                                                       \
+    zvq_seq_status zvq_seq_window_agg_##op##_##name(zvq_seq_iterator* result, zvq_seq_iterator* operand, \
+                                                    uint64_t window_size) {                              \
+        return zvq::window_make<zvq::Rule<zvq::Tag>>(*result, operand, window_size,                      \
+                                                     zvq_seq_window_agg_##op##_##name##_next,            \
+                                                     zvq_seq_window_agg_##op##_##name##_reset);          \
     }
 
 // One family for one type: the three names.
-#define ZVQ_STAMP_WINDOW(op, Rule, name, Tag) \
-    ZVQ_STAMP_WINDOW_NEXT(op, Rule, name, Tag) \
+#define ZVQ_STAMP_WINDOW(op, Rule, name, Tag)   \
+    ZVQ_STAMP_WINDOW_NEXT(op, Rule, name, Tag)  \
     ZVQ_STAMP_WINDOW_RESET(op, Rule, name, Tag) \
     ZVQ_STAMP_WINDOW_MAKE(op, Rule, name, Tag)
 

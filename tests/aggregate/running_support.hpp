@@ -5,7 +5,6 @@
 
 #include <gtest/gtest.h>
 
-#include <ostream>
 #include <type_traits>
 
 #include "aggregate/whole.hpp"
@@ -18,25 +17,30 @@ using Plain = zvq_seq_status (*)(zvq_seq_iterator*, zvq_seq_iterator*);
 
 template <class Tag>
 struct Running;
-#define ZVQ_TEST_RUNNING(n, Tag, ctype)                                                                             \
-    template <>                                                                                                     \
-    struct Running<zvq::Tag> {                                                                                      \
-        static constexpr Sized win_sum = zvq_seq_window_agg_sum_##n, win_avg = zvq_seq_window_agg_avg_##n,          \
-                               win_min = zvq_seq_window_agg_min_##n, win_max = zvq_seq_window_agg_max_##n,          \
+#define ZVQ_TEST_RUNNING(n, Tag, ctype)                                                                              \
+    template <>                                                                                                      \
+    struct Running<zvq::Tag> {                                                                                       \
+        static constexpr Sized win_sum = zvq_seq_window_agg_sum_##n, win_avg = zvq_seq_window_agg_avg_##n,           \
+                               win_min = zvq_seq_window_agg_min_##n, win_max = zvq_seq_window_agg_max_##n,           \
                                win_var = zvq_seq_window_agg_var_##n, win_var_samp = zvq_seq_window_agg_var_samp_##n, \
                                win_dev = zvq_seq_window_agg_dev_##n, win_dev_samp = zvq_seq_window_agg_dev_samp_##n, \
-                               win_ema = zvq_seq_window_agg_ema_##n, win_atr = zvq_seq_window_agg_atr_##n;          \
-        static constexpr Plain cum_sum = zvq_seq_cum_agg_sum_##n, cum_prd = zvq_seq_cum_agg_prd_##n,                \
-                               cum_avg = zvq_seq_cum_agg_avg_##n, cum_min = zvq_seq_cum_agg_min_##n,                \
-                               cum_max = zvq_seq_cum_agg_max_##n, cum_var = zvq_seq_cum_agg_var_##n,                \
-                               cum_var_samp = zvq_seq_cum_agg_var_samp_##n, cum_dev = zvq_seq_cum_agg_dev_##n,      \
-                               cum_dev_samp = zvq_seq_cum_agg_dev_samp_##n;                                         \
-        static constexpr Sized grid_sum = zvq_seq_grid_agg_sum_##n, grid_avg = zvq_seq_grid_agg_avg_##n,            \
-                               grid_min = zvq_seq_grid_agg_min_##n, grid_max = zvq_seq_grid_agg_max_##n,            \
-                               grid_var = zvq_seq_grid_agg_var_##n, grid_var_samp = zvq_seq_grid_agg_var_samp_##n,  \
-                               grid_dev = zvq_seq_grid_agg_dev_##n, grid_dev_samp = zvq_seq_grid_agg_dev_samp_##n;  \
-        static constexpr Sized windows[] = {win_sum, win_avg, win_min, win_max, win_var,                            \
-                                            win_var_samp, win_dev, win_dev_samp, win_ema, win_atr};                 \
+                               win_ema = zvq_seq_window_agg_ema_##n, win_atr = zvq_seq_window_agg_atr_##n;           \
+        static constexpr Plain cum_sum = zvq_seq_cum_agg_sum_##n, cum_prd = zvq_seq_cum_agg_prd_##n,                 \
+                               cum_avg = zvq_seq_cum_agg_avg_##n, cum_min = zvq_seq_cum_agg_min_##n,                 \
+                               cum_max = zvq_seq_cum_agg_max_##n, cum_var = zvq_seq_cum_agg_var_##n,                 \
+                               cum_var_samp = zvq_seq_cum_agg_var_samp_##n, cum_dev = zvq_seq_cum_agg_dev_##n,       \
+                               cum_dev_samp = zvq_seq_cum_agg_dev_samp_##n;                                          \
+        static constexpr Sized grid_sum = zvq_seq_grid_agg_sum_##n, grid_avg = zvq_seq_grid_agg_avg_##n,             \
+                               grid_min = zvq_seq_grid_agg_min_##n, grid_max = zvq_seq_grid_agg_max_##n,             \
+                               grid_var = zvq_seq_grid_agg_var_##n, grid_var_samp = zvq_seq_grid_agg_var_samp_##n,   \
+                               grid_dev = zvq_seq_grid_agg_dev_##n, grid_dev_samp = zvq_seq_grid_agg_dev_samp_##n;   \
+        /* Every family of each kind, min and max third and fourth. */                                               \
+        static constexpr Sized windows[] = {win_sum,      win_avg, win_min,      win_max, win_var,                   \
+                                            win_var_samp, win_dev, win_dev_samp, win_ema, win_atr};                  \
+        static constexpr Plain cums[] = {cum_sum, cum_prd,      cum_min, cum_max,     cum_avg,                       \
+                                         cum_var, cum_var_samp, cum_dev, cum_dev_samp};                              \
+        static constexpr Sized grids[] = {grid_sum, grid_avg,      grid_min, grid_max,                               \
+                                          grid_var, grid_var_samp, grid_dev, grid_dev_samp};                         \
     };
 ZVQ_NUMERIC_TYPES(ZVQ_TEST_RUNNING)
 #undef ZVQ_TEST_RUNNING
@@ -55,11 +59,6 @@ struct Stretch {
         return (nans || std::memcmp(&value, &o.value, sizeof(V)) == 0) && count == o.count;
     }
 };
-
-template <class V>
-void PrintTo(const Stretch<V>& s, std::ostream* os) {
-    *os << '{' << +s.value << " x" << s.count << '}';
-}
 
 template <class V>
 using Stretches = std::vector<Stretch<V>>;
@@ -102,6 +101,20 @@ Stretches<V> run_over(Ctor ctor, const std::vector<Chunk<value_t<Tag>>>& chunks,
     zvq_seq_iterator r{};
     EXPECT_EQ(ctor(&r, s.rec(), arg...), SEQ_OK);
     return outputs<V>(r);
+}
+
+// Builds ctor over an empty operand and checks the declared shape, that the
+// record takes no part in merging and that it ends at once; gives its reset.
+template <class Tag, class Ctor, class... Arg>
+zvq_seq_next_fn empty_shape(Ctor ctor, uint8_t type, uint16_t size, Arg... arg) {
+    auto s = Script::of<Tag>({});
+    zvq_seq_iterator r{};
+    EXPECT_EQ(ctor(&r, s.rec(), arg...), SEQ_OK);
+    EXPECT_EQ(r.elem_type, type);
+    EXPECT_EQ(r.elem_size, size);
+    EXPECT_TRUE(r.prepare == nullptr && r.merge == nullptr);
+    EXPECT_EQ(r.next(&r), SEQ_END);
+    return r.reset;
 }
 
 }  // namespace zvq::test
