@@ -11,6 +11,9 @@ void check(const char* what, int64_t got, int64_t want);
 /* Mismatches so far; main's exit status. */
 extern int failures;
 
+/* Time alignment, merging and turning points (tour_align.c). */
+void tour_align(void);
+
 /* Cumulative, grid and window aggregates (tour_running.c). */
 void tour_running(void);
 

@@ -140,13 +140,15 @@ struct CumStep {
 template <class Rule>
 zvq_seq_status cum_next(Rec& r) {
     auto& st = state_of<CumState<typename Rule::Acc>>(r);
-    CumStep<Rule> step{r.operand[0], st.cum_acc, st.cum_sq, r.next_pos};
+    const uint64_t entry = r.next_pos;
+    CumStep<Rule> step{r.operand[0], st.cum_acc, st.cum_sq, entry};
     const zvq_seq_status s = emit_per_element<value_t<typename Rule::Out>, typename Rule::In>(r, step);
     // The count and the accumulators have moved even where a failure drops
-    // this call's outputs; a delivered chunk is counted once more.
+    // this call's outputs; a delivered chunk, counted when published, is
+    // counted here once more per element.
     st.cum_acc = step.a;
     st.cum_sq = step.q;
-    r.next_pos = s == SEQ_OK ? step.p + r.chunk_count : step.p;
+    r.next_pos += step.p - entry;
     return s;
 }
 

@@ -12,7 +12,6 @@
 #include <bit>
 #include <cmath>
 #include <cstdint>
-#include <cstring>
 #include <type_traits>
 
 #include "core/arith.hpp"
@@ -32,8 +31,8 @@ inline zvq_seq_status bind_operand(Rec* op) {
 // The stepper is an object holding the accumulators; it is worked on as a
 // local copy, which the compiler keeps in registers, and written back on
 // every return, failures included. A failure of the operand is returned at
-// once and chunk_count stays; on SEQ_OK chunk_count holds the outputs.
-// next_pos is the caller's: the families count it differently.
+// once and chunk_count and next_pos stay; on SEQ_OK the outputs are
+// published as runs of one, next_pos counting them.
 template <class Out, class In, class Stepper>
 zvq_seq_status emit_per_element(Rec& r, Stepper& stepper) {
     constexpr uint32_t cap = 4096u / (sizeof(Out) + 1u);
@@ -79,8 +78,7 @@ zvq_seq_status emit_per_element(Rec& r, Stepper& stepper) {
         take_stepwise(op, k);
     }
     stepper = step;
-    std::memset(repeat_area(r, o), 1, o);
-    r.chunk_count = static_cast<uint16_t>(o);
+    publish_singles(r, o);
     return SEQ_OK;
 }
 

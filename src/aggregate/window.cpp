@@ -242,7 +242,6 @@ zvq_seq_status window_next(Rec& r) {
     // this call's outputs.
     st.window_acc = step.a;
     st.window_sq = step.q;
-    if (s == SEQ_OK) r.next_pos += r.chunk_count;
     return s;
 }
 

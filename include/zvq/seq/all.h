@@ -12,4 +12,6 @@
 #include "zvq/seq/elementwise_binary.h"
 #include "zvq/seq/elementwise_unary.h"
 #include "zvq/seq/hash_table.h"
+#include "zvq/seq/select_align.h"
+#include "zvq/seq/select_merge.h"
 #endif
