@@ -221,6 +221,7 @@ int main(void) {
 
     tour_align();
     tour_group();
+    tour_running();
     free(col);
 
     printf("\n%s\n", failures ? "FAILED" : "all results match the plain loops");

@@ -16,4 +16,7 @@ void tour_align(void);
 /* Group aggregates and paired statistics (tour_group.c). */
 void tour_group(void);
 
+/* Cumulative, grid and window aggregates (tour_running.c). */
+void tour_running(void);
+
 #endif

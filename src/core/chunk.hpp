@@ -15,6 +15,7 @@
 #include <array>
 #include <bit>
 #include <cstddef>
+#include <bit>
 #include <cstdint>
 #include <cstring>
 #include <type_traits>
@@ -102,6 +103,40 @@ inline void take(Rec& r, uint8_t k) {
     if (r.run_pos == current_repeat(r)) {
         r.run_pos = 0;
         ++r.chunk_pos;
+    }
+}
+
+// Elements of the current run that a reader taking one at a time gets before
+// it moves on: the remainder, except that a repeat byte of 0 wraps run_pos
+// through 255 and so gives 256 less what was taken.
+inline uint32_t stepwise_remainder(const Rec& r) { return ((current_repeat(r) - r.run_pos - 1u) & 0xFFu) + 1u; }
+
+// Elements of run i for such a reader: its repeat byte, 256 for 0.
+inline uint32_t stepwise_repeat(const Rec& r, uint32_t i) { return ((repeat_at(r, i) - 1u) & 0xFFu) + 1u; }
+
+// Runs with repeat byte 1 from run `from` on, stopping before run `to`: the
+// distinct values, which a reader can take as plain values. Eight repeat
+// bytes are tested at once; run i is the highest byte of the word that ends
+// at its repeat byte.
+inline uint32_t single_runs(const Rec& r, uint32_t from, uint32_t to) {
+    constexpr uint64_t ones = 0x0101010101010101u;
+    uint32_t i = from;
+    for (; i + 8 <= to; i += 8) {
+        const uint64_t differ = load<uint64_t>(repeat_block(r, i, 8)) ^ ones;
+        if (differ != 0) return i - from + static_cast<uint32_t>(std::countl_zero(differ)) / 8;
+    }
+    while (i < to && repeat_at(r, i) == 1) ++i;
+    return i - from;
+}
+
+// Take k elements one at a time (k at most stepwise_remainder): the positions
+// that k calls of take(r, 1) leave, in one step.
+inline void take_stepwise(Rec& r, uint32_t k) {
+    if (k == stepwise_remainder(r)) {
+        r.run_pos = 0;
+        ++r.chunk_pos;
+    } else {
+        r.run_pos = static_cast<uint8_t>(r.run_pos + k);
     }
 }
 
