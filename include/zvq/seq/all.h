@@ -9,4 +9,5 @@
 #include "zvq/seq/elementwise_binary.h"
 #include "zvq/seq/elementwise_unary.h"
 #include "zvq/seq/hash_table.h"
+#include "zvq/seq/select_filter.h"
 #endif

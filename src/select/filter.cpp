@@ -1,0 +1,111 @@
+// filter: the values of `input` where `cond` is true, kept as runs. Each
+// overlap of a cond run with an input run is one step: one output run under
+// a true flag, nothing under a false one, whatever the overlap's length.
+#include <algorithm>
+#include <cstring>
+
+#include "core/record.hpp"
+#include "elementwise/binary.hpp"
+
+namespace zvq {
+namespace {
+
+// Where both operands stand at the start of runs of equal lengths, k such
+// overlaps are taken at once. Compacting writes every value and moves the
+// output slot only under a true flag; eight false flags are skipped with one
+// test, which is what a sparse condition mostly holds. Returns the slots
+// filled.
+template <class Tag>
+uint32_t filter_aligned(Rec& r, uint32_t count, const Rec& cond, const Rec& input, uint32_t k) {
+    const size_t w = value_width<Tag>(input);
+    const uint8_t* flags = cond.chunk + cond.chunk_pos;
+    const uint8_t* values = input.chunk + input.chunk_pos * w;
+    const uint8_t* repeats = input.chunk + 4096u - input.chunk_pos;  // run j's at repeats[-1 - j]
+    const uint32_t first = count;
+    uint64_t delivered = 0;
+    auto one = [&](uint32_t j) {
+        const uint8_t rep = repeats[-1 - static_cast<ptrdiff_t>(j)];
+        std::memcpy(r.chunk + count * w, values + j * w, w);
+        set_repeat(r, count, rep);
+        const uint32_t keep = flags[j] != 0;
+        delivered += rep & (0u - keep);
+        count += keep;
+    };
+    uint32_t j = 0;
+    for (; j + 8 <= k; j += 8)
+        if (load<uint64_t>(flags + j) != 0)
+            for (uint32_t e = j; e < j + 8; ++e) one(e);
+    for (; j < k; ++j) one(j);
+    r.next_pos += delivered;
+    return count - first;
+}
+
+template <class Tag>
+zvq_seq_status filter_next(Rec& r) {
+    Rec& cond = *r.operand[0];
+    Rec& input = *r.operand[1];
+    const uint32_t cap = capacity_of<Tag>(r);
+    if (cap == 0) return SEQ_END;  // a char wider than the chunk
+    uint32_t count = 0;
+    while (count < cap) {
+        // cond first, so that at a common end it is cond that reports it.
+        zvq_seq_status s = refill(cond);
+        if (s == SEQ_OK) s = refill(input);
+        if (s != SEQ_OK) {
+            if (s == SEQ_END && count != 0) break;
+            return s;
+        }
+
+        // One record on both sides reads through one cursor: run by run only.
+        if (&cond != &input && (cond.run_pos | input.run_pos) == 0) {
+            const uint32_t m = std::min({uint32_t{cond.chunk_count} - cond.chunk_pos,
+                                         uint32_t{input.chunk_count} - input.chunk_pos, cap - count});
+            const uint32_t k = detail::equal_repeats(cond.chunk + 4096u - cond.chunk_pos,
+                                                     input.chunk + 4096u - input.chunk_pos, m);
+            if (k != 0) {
+                count += filter_aligned<Tag>(r, count, cond, input, k);
+                cond.chunk_pos = static_cast<uint16_t>(cond.chunk_pos + k);
+                input.chunk_pos = static_cast<uint16_t>(input.chunk_pos + k);
+                continue;
+            }
+        }
+
+        const uint8_t m = std::min(remainder(cond), remainder(input));
+        if (current<uint8_t>(cond) != 0) {
+            copy_value<Tag>(r, count, input, input.chunk_pos);
+            set_repeat(r, count, m);
+            r.next_pos += m;
+            ++count;
+        }
+        take(cond, m);
+        take(input, m);
+    }
+    r.chunk_count = static_cast<uint16_t>(count);
+    return SEQ_OK;
+}
+
+template <class Tag>
+zvq_seq_status filter_make(Rec& r, Rec* cond, Rec* input, zvq_seq_next_fn next) {
+    if (!has_type<Uint1>(cond) || !has_type<Tag>(input)) return SEQ_TYPE_MISMATCH;
+    if (zvq_seq_status s = bind({cond, input})) return s;
+    init_record(r, shape_like<Tag>(*input), {next, zvq_seq_reset_binary_iterator}, {cond, input});
+    return SEQ_OK;
+}
+
+}  // namespace
+}  // namespace zvq
+
+extern "C" {
+
+#define ZVQ_STAMP_FILTER(name, Tag, ctype)                                                                    \
+    zvq_seq_status zvq_seq_filter_##name(zvq_seq_iterator* result, zvq_seq_iterator* cond,                  \
+                                         zvq_seq_iterator* input) {                                          \
+        return zvq::filter_make<zvq::Tag>(*result, cond, input, zvq_seq_filter_##name##_next);              \
+    }
+#define ZVQ_STAMP_FILTER_NEXT(name, Tag, ctype) \
+    zvq_seq_status zvq_seq_filter_##name##_next(zvq_seq_iterator* it) { return zvq::filter_next<zvq::Tag>(*it); }
+
+ZVQ_ALL_TYPES(ZVQ_STAMP_FILTER_NEXT)
+ZVQ_ALL_TYPES(ZVQ_STAMP_FILTER)
+
+}  // extern "C"
