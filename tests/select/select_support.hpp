@@ -23,6 +23,8 @@ struct Sel;
     template <>                                                                                                  \
     struct Sel<Tag> {                                                                                            \
         static constexpr Pair filter = zvq_seq_filter_##n, map = zvq_seq_map_##n;                                \
+        static constexpr auto sort = zvq_seq_sort_##n;                                                           \
+        static constexpr auto order_by = zvq_seq_order_by_##n;                                                   \
     };
 ZVQ_NUMERIC_TYPES(ZVQ_TEST_SEL)
 #undef ZVQ_TEST_SEL

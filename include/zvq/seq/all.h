@@ -10,4 +10,5 @@
 #include "zvq/seq/elementwise_unary.h"
 #include "zvq/seq/hash_table.h"
 #include "zvq/seq/select_filter.h"
+#include "zvq/seq/select_sort.h"
 #endif
