@@ -16,6 +16,7 @@ using Runs = std::vector<Run<V>>;  // Run alone is hidden by testing::Test::Run 
 using NumericTags = ::testing::Types<Uint1, Uint2, Uint4, Uint8, Int1, Int2, Int4, Int8, Float, Double, Datetime>;
 
 using Pair = zvq_seq_status (*)(zvq_seq_iterator*, zvq_seq_iterator*, zvq_seq_iterator*);
+using Top = zvq_seq_status (*)(zvq_seq_iterator*, zvq_seq_iterator*, uint64_t);
 
 template <class Tag>
 struct Sel;
@@ -23,8 +24,11 @@ struct Sel;
     template <>                                                                                                  \
     struct Sel<Tag> {                                                                                            \
         static constexpr Pair filter = zvq_seq_filter_##n, map = zvq_seq_map_##n;                                \
+        static constexpr Top top_max = zvq_seq_top_max_##n, top_min = zvq_seq_top_min_##n,                       \
+                             top_pos_max = zvq_seq_top_pos_max_##n, top_pos_min = zvq_seq_top_pos_min_##n;       \
         static constexpr auto sort = zvq_seq_sort_##n;                                                           \
         static constexpr auto order_by = zvq_seq_order_by_##n;                                                   \
+        static constexpr auto histogram = zvq_seq_histogram_##n;                                                 \
     };
 ZVQ_NUMERIC_TYPES(ZVQ_TEST_SEL)
 #undef ZVQ_TEST_SEL

@@ -11,4 +11,5 @@
 #include "zvq/seq/hash_table.h"
 #include "zvq/seq/select_filter.h"
 #include "zvq/seq/select_sort.h"
+#include "zvq/seq/select_top.h"
 #endif
