@@ -11,4 +11,7 @@ void check(const char* what, int64_t got, int64_t want);
 /* Mismatches so far; main's exit status. */
 extern int failures;
 
+/* Selection and ordering: filter, top-N with map, histogram (tour_select.c). */
+void tour_select(void);
+
 #endif
