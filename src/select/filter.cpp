@@ -11,32 +11,34 @@ namespace zvq {
 namespace {
 
 // Where both operands stand at the start of runs of equal lengths, k such
-// overlaps are taken at once. Compacting writes every value and moves the
-// output slot only under a true flag; eight false flags are skipped with one
-// test, which is what a sparse condition mostly holds. Returns the slots
-// filled.
+// overlaps are taken at once. Compacting writes every run and moves the
+// output slot only under a true flag. Flags and repeat bytes are read eight
+// at a time, so that eight false flags (what a sparse condition mostly
+// holds) cost one test. Returns the slots filled.
 template <class Tag>
 uint32_t filter_aligned(Rec& r, uint32_t count, const Rec& cond, const Rec& input, uint32_t k) {
     const size_t w = value_width<Tag>(input);
     const uint8_t* flags = cond.chunk + cond.chunk_pos;
     const uint8_t* values = input.chunk + input.chunk_pos * w;
     const uint8_t* repeats = input.chunk + 4096u - input.chunk_pos;  // run j's at repeats[-1 - j]
+    uint8_t* out = r.chunk;
     const uint32_t first = count;
-    uint64_t delivered = 0;
-    auto one = [&](uint32_t j) {
-        const uint8_t rep = repeats[-1 - static_cast<ptrdiff_t>(j)];
-        std::memcpy(r.chunk + count * w, values + j * w, w);
-        set_repeat(r, count, rep);
-        const uint32_t keep = flags[j] != 0;
-        delivered += rep & (0u - keep);
-        count += keep;
+    auto one = [&](uint32_t j, uint8_t flag, uint8_t rep) {
+        std::memcpy(out + count * w, values + j * w, w);
+        out[4095u - count] = rep;
+        count += flag != 0;
     };
     uint32_t j = 0;
-    for (; j + 8 <= k; j += 8)
-        if (load<uint64_t>(flags + j) != 0)
-            for (uint32_t e = j; e < j + 8; ++e) one(e);
-    for (; j < k; ++j) one(j);
-    r.next_pos += delivered;
+    for (; j + 8 <= k; j += 8) {
+        const uint64_t eight = load<uint64_t>(flags + j);
+        if (eight == 0) continue;
+        // Run j + e has its repeat byte at byte 7 - e of this word.
+        const uint64_t reps = load<uint64_t>(repeats - j - 8);
+        for (uint32_t e = 0; e < 8; ++e)
+            one(j + e, static_cast<uint8_t>(eight >> (8 * e)), static_cast<uint8_t>(reps >> (8 * (7 - e))));
+    }
+    for (; j < k; ++j) one(j, flags[j], repeats[-1 - static_cast<ptrdiff_t>(j)]);
+    r.next_pos += repeat_sum(r, first, count);
     return count - first;
 }
 

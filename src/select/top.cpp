@@ -48,8 +48,21 @@ struct Candidates {
 
     V at(uint32_t i) const { return load<V>(values + size_t{i} * sizeof(V)); }
 
-    void offer(V x, uint64_t pos) {
-        if (count == limit && (limit == 0 || !Rule::beats(x, worst))) return;
+    // Index of the first of items[i, k) that beats the worst entry, or k.
+    // Eight values are tested at once without a branch: nearly every value
+    // of a long input fails against a full list.
+    uint32_t first_beating(const uint8_t* items, uint32_t i, uint32_t k) const {
+        for (; i + 8 <= k; i += 8) {
+            bool any = false;
+            for (uint32_t e = 0; e < 8; ++e) any |= Rule::beats(load<V>(items + size_t{i + e} * sizeof(V)), worst);
+            if (any) break;
+        }
+        while (i < k && !Rule::beats(load<V>(items + size_t{i} * sizeof(V)), worst)) ++i;
+        return i;
+    }
+
+    // x goes in; when the list was full the worst value goes out.
+    void insert(V x, uint64_t pos) {
         uint32_t lo = 0, hi = count;
         while (lo < hi) {
             const uint32_t mid = (lo + hi) / 2;
@@ -59,7 +72,6 @@ struct Candidates {
                 lo = mid + 1;
         }
         if (count < limit) ++count;
-        // When the list was full this pushes the worst value out.
         if (const uint32_t moved = count - lo - 1; moved != 0) {
             zvq_memmove(values + size_t{lo + 1} * sizeof(V), values + size_t{lo} * sizeof(V), moved * sizeof(V));
             if (positions != nullptr) zvq_memmove(positions + lo + 1, positions + lo, moved * sizeof(uint64_t));
@@ -71,14 +83,18 @@ struct Candidates {
 };
 
 // Offers every run of each chunk of `op` until a status other than SEQ_OK.
-// The operand's read positions are neither read nor moved.
+// The operand's read positions are neither read nor moved. A list of 0
+// takes nothing but still reads the whole input.
 template <class V, class List>
 zvq_seq_status scan_runs(Rec& op, List& list) {
     uint64_t run_index = 0;
     zvq_seq_status s;
     while ((s = op.next(&op)) == SEQ_OK) {
         const uint32_t k = op.chunk_count;
-        for (uint32_t i = 0; i < k; ++i) list.offer(value_at<V>(op, i), run_index + i);
+        for (uint32_t i = 0; i < k && list.limit != 0; ++i) {
+            if (list.count == list.limit && (i = list.first_beating(op.chunk, i, k)) == k) break;
+            list.insert(value_at<V>(op, i), run_index + i);
+        }
         run_index += k;
     }
     return s;

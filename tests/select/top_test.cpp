@@ -2,6 +2,8 @@
 // longer than a chunk.
 #include <cmath>
 #include <limits>
+#include <numeric>
+#include <random>
 
 #include "select_support.hpp"
 
@@ -53,6 +55,35 @@ TYPED_TEST(TopN, BestFirstEqualsKeptRunsCountOnce) {
         EXPECT_EQ(in.pulls(), 4u);
         EXPECT_TRUE(values_of<TypeParam>(ctor, {}, 5, &first).empty());
         EXPECT_EQ(first, SEQ_END);
+    }
+}
+
+TYPED_TEST(TopN, LongInputAgainstAStableSort) {
+    using V = value_t<TypeParam>;
+    using S = Sel<TypeParam>;
+    std::mt19937 rng(17);
+    std::vector<Chunk<V>> chunks(1);
+    std::vector<V> values;
+    for (int i = 0; i < 6000; ++i) {
+        if (chunks.back().size() == 300) chunks.emplace_back();
+        const V v = static_cast<V>(rng() % 120);
+        chunks.back().push_back({v, static_cast<uint8_t>(1 + rng() % 3)});
+        values.push_back(v);
+    }
+    std::vector<uint64_t> by_max(values.size());
+    std::iota(by_max.begin(), by_max.end(), 0);
+    std::vector<uint64_t> by_min = by_max;
+    std::stable_sort(by_max.begin(), by_max.end(), [&](uint64_t a, uint64_t b) { return values[a] > values[b]; });
+    std::stable_sort(by_min.begin(), by_min.end(), [&](uint64_t a, uint64_t b) { return values[a] < values[b]; });
+    for (uint64_t n : {1, 37, 200}) {
+        const std::vector<uint64_t> want_max(by_max.begin(), by_max.begin() + n), want_min(by_min.begin(), by_min.begin() + n);
+        std::vector<V> max_values, min_values;
+        for (uint64_t p : want_max) max_values.push_back(values[p]);
+        for (uint64_t p : want_min) min_values.push_back(values[p]);
+        EXPECT_EQ((values_of<TypeParam, uint64_t>(S::top_pos_max, chunks, n)), want_max);
+        EXPECT_EQ((values_of<TypeParam, uint64_t>(S::top_pos_min, chunks, n)), want_min);
+        EXPECT_EQ(values_of<TypeParam>(S::top_max, chunks, n), max_values);
+        EXPECT_EQ(values_of<TypeParam>(S::top_min, chunks, n), min_values);
     }
 }
 
