@@ -42,6 +42,25 @@ uint32_t filter_aligned(Rec& r, uint32_t count, const Rec& cond, const Rec& inpu
     return count - first;
 }
 
+// Under a false flag, the input runs that end inside cond's run give
+// nothing: they are passed over by their repeat bytes alone, up to the end
+// of the input's chunk. The overlap that reaches the end of cond's run (or a
+// repeat byte of 0) is left to the run-by-run step.
+void pass_over_false(Rec& cond, Rec& input) {
+    uint32_t left = remainder(cond);
+    uint32_t rem = remainder(input);
+    if (rem == 0 || rem >= left) return;
+    uint32_t run = input.chunk_pos;
+    do {
+        left -= rem;
+        if (++run == input.chunk_count) break;
+        rem = repeat_at(input, run);
+    } while (rem != 0 && rem < left);
+    input.chunk_pos = static_cast<uint16_t>(run);
+    input.run_pos = 0;
+    cond.run_pos = static_cast<uint8_t>(current_repeat(cond) - left);
+}
+
 template <class Tag>
 zvq_seq_status filter_next(Rec& r) {
     Rec& cond = *r.operand[0];
@@ -72,6 +91,10 @@ zvq_seq_status filter_next(Rec& r) {
             }
         }
 
+        if (current<uint8_t>(cond) == 0 && &cond != &input) {
+            pass_over_false(cond, input);
+            if (exhausted(input)) continue;
+        }
         const uint8_t m = std::min(remainder(cond), remainder(input));
         if (current<uint8_t>(cond) != 0) {
             copy_value<Tag>(r, count, input, input.chunk_pos);

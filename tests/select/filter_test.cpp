@@ -38,6 +38,9 @@ TYPED_TEST(Filter, OneRunPerOverlapUnderATrueFlag) {
     EXPECT_EQ(filtered<TypeParam>(cond, input, &delivered),
               (Runs<V>{{V(1), 2}, {V(2), 1}, {V(2), 4}, {V(3), 1}, {V(5), 254}, {V(6), 1}}));
     EXPECT_EQ(delivered, 263u);
+    // A false run over several input runs, ending inside the last one.
+    EXPECT_EQ(filtered<TypeParam>({flags({{0, 7}, {1, 3}})}, {{{V(1), 2}, {V(2), 2}, {V(3), 2}, {V(4), 4}}}),
+              (Runs<V>{{V(4), 3}}));
     // The shorter operand ends the output, whichever it is.
     EXPECT_EQ(filtered<TypeParam>({flags({{1, 4}})}, {{{V(7), 9}}}), (Runs<V>{{V(7), 4}}));
     EXPECT_EQ(filtered<TypeParam>({flags({{1, 9}})}, {{{V(7), 2}}, {{V(8), 1}}}), (Runs<V>{{V(7), 2}, {V(8), 1}}));
