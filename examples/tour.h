@@ -11,6 +11,8 @@ void check(const char* what, int64_t got, int64_t want);
 /* Mismatches so far; main's exit status. */
 extern int failures;
 
+/* Time alignment, merging and turning points (tour_align.c). */
+void tour_align(void);
 /* Selection and ordering: filter, top-N with map, histogram (tour_select.c). */
 void tour_select(void);
 

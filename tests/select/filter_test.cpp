@@ -18,7 +18,7 @@ Runs<value_t<Tag>> filtered(const std::vector<Chunk<uint8_t>>& cond, const std::
     auto c = Script::of<Uint1>(cond);
     auto in = Script::of<Tag>(input);
     zvq_seq_iterator r{};
-    EXPECT_EQ(Sel<Tag>::filter(&r, c.rec(), in.rec()), SEQ_OK);
+    EXPECT_EQ(Fns<Tag>::filter(&r, c.rec(), in.rec()), SEQ_OK);
     auto out = drain_runs<value_t<Tag>>(r, last);
     if (next_pos) *next_pos = r.next_pos;
     return out;
@@ -60,7 +60,7 @@ TYPED_TEST(Filter, FillsToCapacityAndContinues) {
                                        {1, 255}, {1, 255}})});
     auto in = Script::of<TypeParam>({singles});
     zvq_seq_iterator r{};
-    ASSERT_EQ(Sel<TypeParam>::filter(&r, c.rec(), in.rec()), SEQ_OK);
+    ASSERT_EQ(Fns<TypeParam>::filter(&r, c.rec(), in.rec()), SEQ_OK);
     std::vector<uint32_t> sizes;
     EXPECT_EQ(drain_slots<V>(r, &sizes).size(), cap + 3u);
     EXPECT_EQ(sizes, (std::vector<uint32_t>{cap, 3}));

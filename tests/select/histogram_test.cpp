@@ -17,7 +17,7 @@ std::vector<uint64_t> counts(const std::vector<Chunk<value_t<Tag>>>& chunks, val
                              int64_t n, zvq_seq_status* status = nullptr) {
     auto in = Script::of<Tag>(chunks);
     zvq_seq_iterator r{};
-    EXPECT_EQ(Sel<Tag>::histogram(&r, in.rec(), lo, hi, n), SEQ_OK);
+    EXPECT_EQ(Fns<Tag>::histogram(&r, in.rec(), lo, hi, n), SEQ_OK);
     const zvq_seq_status s = r.next(&r);
     if (status) *status = s;
     std::vector<uint64_t> out;
@@ -46,7 +46,7 @@ TYPED_TEST(Histogram, EqualHalfOpenIntervalsCountRepeats) {
     // The operand failing: the counts so far are published with its status.
     auto failing = Script::of<TypeParam>({{{V(1), 2}}}).fail_at(1, SEQ_NOMEM);
     zvq_seq_iterator r{};
-    ASSERT_EQ(Sel<TypeParam>::histogram(&r, failing.rec(), V(0), V(10), 2), SEQ_OK);
+    ASSERT_EQ(Fns<TypeParam>::histogram(&r, failing.rec(), V(0), V(10), 2), SEQ_OK);
     EXPECT_EQ(r.next(&r), SEQ_NOMEM);
     EXPECT_EQ(r.chunk_count, 2u);
     EXPECT_EQ(value_at<uint64_t>(r, 0), 2u);
@@ -56,7 +56,7 @@ TYPED_TEST(Histogram, HighBoundIsOutAndAFurtherReadStartsOver) {
     using V = value_t<TypeParam>;
     auto in = Script::of<TypeParam>({{{V(3), 1}, {V(10), 1}}, {{V(4), 5}}});
     zvq_seq_iterator r{};
-    ASSERT_EQ(Sel<TypeParam>::histogram(&r, in.rec(), V(3), V(10), 2), SEQ_OK);
+    ASSERT_EQ(Fns<TypeParam>::histogram(&r, in.rec(), V(3), V(10), 2), SEQ_OK);
     EXPECT_EQ(r.last_pos, 1u);
     EXPECT_EQ(r.next(&r), SEQ_BAD_ARGUMENT);
     EXPECT_EQ(r.next_pos, 0u);
@@ -77,16 +77,16 @@ TYPED_TEST(Histogram, ArgumentsAreTestedBeforeTheBinding) {
     zvq_seq_iterator r{};
     for (auto [lo, hi, n] : {std::tuple{V(0), V(5), int64_t{0}}, {V(0), V(5), int64_t{456}},
                              {V(5), V(5), int64_t{1}}, {V(6), V(5), int64_t{1}}}) {
-        EXPECT_EQ(Sel<TypeParam>::histogram(&r, in.rec(), lo, hi, n), SEQ_BAD_ARGUMENT);
+        EXPECT_EQ(Fns<TypeParam>::histogram(&r, in.rec(), lo, hi, n), SEQ_BAD_ARGUMENT);
         EXPECT_EQ(in.rec()->bound, 0);
     }
     auto wrong = Script::of<Uint8>({});
     if constexpr (TypeParam::code != ZVQ_SEQ_TYPE_UINT8) {
-        EXPECT_EQ(Sel<TypeParam>::histogram(&r, wrong.rec(), V(0), V(5), 1), SEQ_TYPE_MISMATCH);
+        EXPECT_EQ(Fns<TypeParam>::histogram(&r, wrong.rec(), V(0), V(5), 1), SEQ_TYPE_MISMATCH);
     }
-    ASSERT_EQ(Sel<TypeParam>::histogram(&r, in.rec(), V(0), V(5), 455), SEQ_OK);
+    ASSERT_EQ(Fns<TypeParam>::histogram(&r, in.rec(), V(0), V(5), 455), SEQ_OK);
     EXPECT_EQ(in.rec()->bound, 1);
-    EXPECT_EQ(Sel<TypeParam>::histogram(&r, in.rec(), V(0), V(5), 1), SEQ_ALREADY_BOUND);
+    EXPECT_EQ(Fns<TypeParam>::histogram(&r, in.rec(), V(0), V(5), 1), SEQ_ALREADY_BOUND);
 }
 
 TEST(HistogramArithmetic, WideSpansAndFloatRounding) {

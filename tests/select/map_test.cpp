@@ -32,7 +32,7 @@ TYPED_TEST(Map, ExactOverSingleElementRunsAcrossChunks) {
     auto pos = positions({{0, 2, 2, 4}, {5, 11}});
     zvq_seq_iterator r{};
     zvq_seq_status last;
-    EXPECT_EQ(mapped<V>(Sel<TypeParam>::map, input, pos, &last, &r),
+    EXPECT_EQ(mapped<V>(Fns<TypeParam>::map, input, pos, &last, &r),
               (std::vector<V>{V(10), V(12), V(12), V(14), V(20), V(33)}));
     EXPECT_EQ(last, SEQ_END);
     EXPECT_EQ(r.next_pos, 6u);

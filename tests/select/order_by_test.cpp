@@ -31,7 +31,7 @@ TYPED_TEST(OrderBy, ReadsTheInputOnceAndDeliversChunksInPermutationOrder) {
     for (uint64_t i = 0; i < n; ++i) perm[i] = n - 1 - i;
     CountingAllocator alloc;
     zvq_seq_iterator r{};
-    ASSERT_EQ(Sel<TypeParam>::order_by(&r, input.rec(), perm.data(), n, nullptr), SEQ_OK);
+    ASSERT_EQ(Fns<TypeParam>::order_by(&r, input.rec(), perm.data(), n, nullptr), SEQ_OK);
     EXPECT_EQ(r.last_pos, n - 1);
     EXPECT_EQ(input.rec()->bound, 0);
     EXPECT_EQ(r.reset, zvq_seq_reset_unary_iterator);

@@ -48,7 +48,7 @@ TYPED_TEST(Sort, RandomDataWithDuplicatesInBothOrders) {
         const auto values = random_values<V>(n, 40, static_cast<uint32_t>(n));
         for (uint32_t order : {SEQ_ORDER_ASC, SEQ_ORDER_DESC}) {
             std::vector<uint64_t> perm(n, 77);
-            EXPECT_EQ(Sel<TypeParam>::sort(values.data(), perm.data(), n, order), SEQ_OK);
+            EXPECT_EQ(Fns<TypeParam>::sort(values.data(), perm.data(), n, order), SEQ_OK);
             EXPECT_TRUE(is_permutation_of_n(perm)) << n;
             EXPECT_TRUE(ordered(values, perm, order)) << n << " " << order;
         }
@@ -60,9 +60,9 @@ TYPED_TEST(Sort, DescendingMirrorsAscendingEqualKeysIncluded) {
     const auto values = random_values<V>(5000, 7, 3);
     std::vector<uint64_t> asc(values.size()), desc(values.size());
     seed<TypeParam>.store(99);
-    Sel<TypeParam>::sort(values.data(), asc.data(), values.size(), SEQ_ORDER_ASC);
+    Fns<TypeParam>::sort(values.data(), asc.data(), values.size(), SEQ_ORDER_ASC);
     seed<TypeParam>.store(99);
-    Sel<TypeParam>::sort(values.data(), desc.data(), values.size(), SEQ_ORDER_DESC);
+    Fns<TypeParam>::sort(values.data(), desc.data(), values.size(), SEQ_ORDER_DESC);
     std::reverse(desc.begin(), desc.end());
     EXPECT_EQ(desc, asc);
 }
@@ -88,11 +88,11 @@ TYPED_TEST(Sort, SmallSortedReversedAndEqualInputs) {
     };
     for (const Case& c : cases) {
         P perm(c.values.size());
-        Sel<TypeParam>::sort(c.values.data(), perm.data(), perm.size(), c.order);
+        Fns<TypeParam>::sort(c.values.data(), perm.data(), perm.size(), c.order);
         EXPECT_EQ(perm, c.want);
     }
     uint64_t untouched = 42;
-    Sel<TypeParam>::sort(nullptr, &untouched, 0, SEQ_ORDER_DESC);
+    Fns<TypeParam>::sort(nullptr, &untouched, 0, SEQ_ORDER_DESC);
     EXPECT_EQ(untouched, 42u);
 }
 
@@ -105,9 +105,9 @@ TYPED_TEST(Sort, LongSortedAndReversedInputsAndOneLateStep) {
     std::vector<uint64_t> perm(n), identity(n), mirror(n);
     std::iota(identity.begin(), identity.end(), 0);
     std::iota(mirror.rbegin(), mirror.rend(), 0);
-    Sel<TypeParam>::sort(rising.data(), perm.data(), n, SEQ_ORDER_ASC);
+    Fns<TypeParam>::sort(rising.data(), perm.data(), n, SEQ_ORDER_ASC);
     EXPECT_EQ(perm, identity);
-    Sel<TypeParam>::sort(falling.data(), perm.data(), n, SEQ_ORDER_ASC);
+    Fns<TypeParam>::sort(falling.data(), perm.data(), n, SEQ_ORDER_ASC);
     EXPECT_EQ(perm, mirror);
     // One step against the order, deep inside: neither pass may miss it.
     // Rising data with a late step stay partly unsorted (the front test of
@@ -115,13 +115,13 @@ TYPED_TEST(Sort, LongSortedAndReversedInputsAndOneLateStep) {
     for (size_t at : {size_t{33}, size_t{700}, n - 1}) {
         std::vector<V> almost = rising;
         std::swap(almost[at], almost[at - 9]);
-        Sel<TypeParam>::sort(almost.data(), perm.data(), n, SEQ_ORDER_ASC);
+        Fns<TypeParam>::sort(almost.data(), perm.data(), n, SEQ_ORDER_ASC);
         EXPECT_NE(perm, identity) << at;
         EXPECT_TRUE(is_permutation_of_n(perm));
         if (at == 33) EXPECT_TRUE(ordered(almost, perm, SEQ_ORDER_ASC));
         almost.assign(falling.begin(), falling.end());
         std::swap(almost[at], almost[at - 9]);
-        Sel<TypeParam>::sort(almost.data(), perm.data(), n, SEQ_ORDER_DESC);
+        Fns<TypeParam>::sort(almost.data(), perm.data(), n, SEQ_ORDER_DESC);
         EXPECT_NE(perm, identity) << at;
         EXPECT_TRUE(ordered(almost, perm, SEQ_ORDER_DESC)) << at;
     }
@@ -138,11 +138,11 @@ TYPED_TEST(SortFloat, NaNIsNoInversionAndStopsEveryScan) {
     std::vector<uint64_t> perm(4);
     // Neither sorted nor reversed; the insertion walk stops at the NaN.
     const std::vector<V> mixed = {nan, V(3), V(1), V(2)};
-    Sel<TypeParam>::sort(mixed.data(), perm.data(), 4, SEQ_ORDER_ASC);
+    Fns<TypeParam>::sort(mixed.data(), perm.data(), 4, SEQ_ORDER_ASC);
     EXPECT_EQ(perm, (std::vector<uint64_t>{0, 2, 3, 1}));
     // NaN only counts as sorted.
     const std::vector<V> nans(4, nan);
-    Sel<TypeParam>::sort(nans.data(), perm.data(), 4, SEQ_ORDER_DESC);
+    Fns<TypeParam>::sort(nans.data(), perm.data(), 4, SEQ_ORDER_DESC);
     EXPECT_EQ(perm, (std::vector<uint64_t>{3, 2, 1, 0}));
     // Many NaN among many values, through partitions and the heap sort:
     // no scan runs off the slice, and every index comes out once.

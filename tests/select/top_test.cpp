@@ -33,7 +33,7 @@ std::vector<V> values_of(Top ctor, const std::vector<Chunk<value_t<Tag>>>& chunk
 
 TYPED_TEST(TopN, BestFirstEqualsKeptRunsCountOnce) {
     using V = value_t<TypeParam>;
-    using S = Sel<TypeParam>;
+    using S = Fns<TypeParam>;
     using P = std::vector<uint64_t>;
     const std::vector<Chunk<V>> data = {{{V(5), 1}, {V(5), 1}}, {{V(3), 1}}, {{V(7), 200}, {V(1), 2}, {V(6), 1}}};
     // Equal values are all kept; a run of 200 is one value.
@@ -60,7 +60,7 @@ TYPED_TEST(TopN, BestFirstEqualsKeptRunsCountOnce) {
 
 TYPED_TEST(TopN, LongInputAgainstAStableSort) {
     using V = value_t<TypeParam>;
-    using S = Sel<TypeParam>;
+    using S = Fns<TypeParam>;
     std::mt19937 rng(17);
     std::vector<Chunk<V>> chunks(1);
     std::vector<V> values;
@@ -88,7 +88,7 @@ TYPED_TEST(TopN, LongInputAgainstAStableSort) {
 }
 
 TYPED_TEST(TopN, ConstructorLimitsFollowTheElementWidth) {
-    using S = Sel<TypeParam>;
+    using S = Fns<TypeParam>;
     constexpr uint64_t limit = capacity<TypeParam>;
     BindingChecks on(1);
     for (Top ctor : {S::top_max, S::top_min, S::top_pos_max, S::top_pos_min}) {
@@ -127,7 +127,7 @@ std::vector<value_t<Tag>> merged(Top ctor, std::vector<Chunk<value_t<Tag>>> a, s
 
 TYPED_TEST(TopN, MergeDropsOneOfTwoEqualValues) {
     using V = value_t<TypeParam>;
-    using S = Sel<TypeParam>;
+    using S = Fns<TypeParam>;
     using L = std::vector<V>;
     auto list = [](L vs) {
         Chunk<V> c;
