@@ -53,9 +53,7 @@ zvq_seq_status histogram_next(Rec& r) {
         const zvq_seq_status s = op.next(&op);
         if (s != SEQ_OK) {
             // The counts are published whatever ended the read.
-            std::memset(repeat_area(r, n), 1, n);
-            r.chunk_count = static_cast<uint16_t>(n);
-            r.next_pos = n;
+            publish_singles(r, n);
             return s == SEQ_END ? SEQ_OK : s;
         }
         for (uint32_t i = 0; i < op.chunk_count; ++i) {

@@ -64,13 +64,11 @@ zvq_seq_status map_next(Rec& r) {
         input.run_pos = static_cast<uint8_t>(p - base);
 
         copy_value<Tag>(r, count, input, run);
-        set_repeat(r, count, 1);
         ++count;
         base = p;
     }
     state_of<MapState>(r).map_pos = base;
-    r.next_pos += count;
-    r.chunk_count = static_cast<uint16_t>(count);
+    publish_singles(r, count);
     return SEQ_OK;
 }
 

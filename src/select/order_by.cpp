@@ -42,9 +42,7 @@ zvq_seq_status order_by_next(Rec& r) {
     for (uint64_t k = 0; k < take; ++k)
         if (order[k] >= n) return SEQ_BAD_ARGUMENT;
     for (uint64_t k = 0; k < take; ++k) std::memcpy(r.chunk + k * w, items + order[k] * w, w);
-    std::memset(repeat_area(r, static_cast<uint32_t>(take)), 1, take);
-    r.chunk_count = static_cast<uint16_t>(take);
-    r.next_pos += take;
+    publish_singles(r, static_cast<uint32_t>(take));
     return SEQ_OK;
 }
 

@@ -19,12 +19,6 @@ struct FilterPosState {
     uint64_t scan_pos;   // position of the next flag to examine
 };
 
-// Writes `count` consecutive positions from `first` as runs of 1 from slot `at`.
-void put_positions(Rec& r, uint32_t at, uint64_t first, uint32_t count) {
-    for (uint32_t j = 0; j < count; ++j) set_value<uint64_t>(r, at + j, first + j);
-    std::memset(repeat_block(r, at, count), 1, count);
-}
-
 zvq_seq_status filter_pos_next(Rec& r) {
     Rec& in = *r.operand[0];
     FilterPosState& st = state_of<FilterPosState>(r);
@@ -48,7 +42,7 @@ zvq_seq_status filter_pos_next(Rec& r) {
         const uint8_t rem = remainder(in);
         const uint32_t left = rem == 0 ? 256u : rem;
         const uint32_t k = std::min(left, kPositionCapacity - count);
-        put_positions(r, count, st.scan_pos, k);
+        for (uint32_t j = 0; j < k; ++j) set_value<uint64_t>(r, count + j, st.scan_pos + j);
         st.scan_pos += k;
         count += k;
         if (k == left) {
@@ -58,18 +52,11 @@ zvq_seq_status filter_pos_next(Rec& r) {
             in.run_pos = static_cast<uint8_t>(in.run_pos + k);
         }
     }
-    r.next_pos += count;
-    r.chunk_count = static_cast<uint16_t>(count);
+    publish_singles(r, count);
     return SEQ_OK;
 }
 
 // ---- filter_first_pos ----------------------------------------------------
-
-void publish_positions(Rec& r, uint32_t count) {
-    std::memset(repeat_area(r, count), 1, count);
-    r.chunk_count = static_cast<uint16_t>(count);
-    r.next_pos = count;
-}
 
 // The base climbs while the operand's cursor stays where it was: a true flag
 // there yields base, base + 1, ... up to N positions; a false one keeps the
@@ -93,7 +80,7 @@ zvq_seq_status first_pos_next(Rec& r) {
         if (i >= in.chunk_count) {
             s = pull(in);
             if (s == SEQ_END && count != 0) {
-                publish_positions(r, count);
+                publish_singles(r, count);
                 return SEQ_OK;
             }
             if (s != SEQ_OK) return s;
@@ -103,7 +90,7 @@ zvq_seq_status first_pos_next(Rec& r) {
         if (*flag != 0) {
             set_value<uint64_t>(r, count, base);
             if (++count == n) {
-                publish_positions(r, count);
+                publish_singles(r, count);
                 return SEQ_OK;
             }
         }
@@ -137,7 +124,8 @@ zvq_seq_status first_pos_merge(Rec& self, const Rec& other) {
     uint8_t* at = self.chunk + size_t{lo} * 8;
     zvq_memmove(at + take * 8, at, keep * 8);
     std::memcpy(at, other.chunk, take * 8);
-    publish_positions(self, static_cast<uint32_t>(lo + take + keep));
+    self.next_pos = 0;  // the merged list is the result, whatever self held
+    publish_singles(self, static_cast<uint32_t>(lo + take + keep));
     return SEQ_OK;
 }
 

@@ -100,12 +100,6 @@ zvq_seq_status scan_runs(Rec& op, List& list) {
     return s;
 }
 
-void publish_runs(Rec& r, uint32_t count) {
-    std::memset(repeat_area(r, count), 1, count);
-    r.chunk_count = static_cast<uint16_t>(count);
-    r.next_pos += count;
-}
-
 // ---- value families ------------------------------------------------------
 
 template <class Tag, class Rule>
@@ -117,7 +111,7 @@ zvq_seq_status top_next(Rec& r) {
     s = scan_runs<V>(*r.operand[0], list);
     // A failure loses the list: nothing is published.
     if (list.count == 0 || s != SEQ_END) return s;
-    publish_runs(r, list.count);
+    publish_singles(r, list.count);
     return SEQ_OK;
 }
 
@@ -159,7 +153,7 @@ zvq_seq_status top_merge(Rec& self, const Rec& other) {
         }
     }
     self.next_pos = 0;
-    publish_runs(self, c);
+    publish_singles(self, c);
     return SEQ_OK;
 }
 
@@ -175,7 +169,7 @@ zvq_seq_status top_pos_rest(Rec& r) {
     }
     const auto k = static_cast<uint32_t>(std::min<uint64_t>(kPositionCapacity, listed - r.next_pos));
     std::memcpy(r.chunk, static_cast<const uint64_t*>(r.buffer) + r.next_pos, size_t{k} * 8);
-    publish_runs(r, k);
+    publish_singles(r, k);
     if (r.next_pos == listed) zvq_seq_free_buffer(&r);
     return SEQ_OK;
 }
@@ -195,7 +189,7 @@ zvq_seq_status top_pos_publish(Rec& r, const uint64_t* positions, uint32_t count
     }
     state_of<TopState>(r).listed = count;
     std::memcpy(r.chunk, positions, size_t{first} * 8);
-    publish_runs(r, first);
+    publish_singles(r, first);
     return count == 0 || s != SEQ_END ? s : SEQ_OK;
 }
 
