@@ -8,21 +8,6 @@
 namespace zvq::test {
 namespace {
 
-std::vector<uint64_t> positions_of(zvq_seq_iterator& r, std::vector<uint32_t>* sizes = nullptr,
-                                   zvq_seq_status* last = nullptr) {
-    std::vector<uint64_t> out;
-    zvq_seq_status s;
-    while ((s = r.next(&r)) == SEQ_OK) {
-        if (sizes) sizes->push_back(r.chunk_count);
-        for (uint32_t i = 0; i < r.chunk_count; ++i) {
-            EXPECT_EQ(repeat_at(r, i), 1);
-            out.push_back(value_at<uint64_t>(r, i));
-        }
-    }
-    if (last) *last = s;
-    return out;
-}
-
 TEST(FilterPos, FalseRunsSkipTrueRunsCountAcrossChunks) {
     // 454 single true flags leave one slot: a true run of 5 goes on in the
     // next chunk with the next position.
@@ -34,7 +19,7 @@ TEST(FilterPos, FalseRunsSkipTrueRunsCountAcrossChunks) {
     EXPECT_EQ(r.elem_type, ZVQ_SEQ_TYPE_UINT8);
     std::vector<uint32_t> sizes;
     zvq_seq_status last;
-    const auto got = positions_of(r, &sizes, &last);
+    const auto got = drain_slots<uint64_t>(r, &sizes, &last);
     EXPECT_EQ(last, SEQ_END);
     EXPECT_EQ(sizes, (std::vector<uint32_t>{455, 5}));
     ASSERT_EQ(got.size(), 460u);
@@ -46,7 +31,7 @@ TEST(FilterPos, FalseRunsSkipTrueRunsCountAcrossChunks) {
 
     // A reset goes back to position 0.
     ASSERT_EQ(r.reset(&r), SEQ_OK);
-    EXPECT_EQ(positions_of(r)[0], 3u);
+    EXPECT_EQ(singles_of<uint64_t>(r)[0], 3u);
 }
 
 TEST(FilterSearch, CountsFromTheSourcesFirstPosAndReturnsThereOnReset) {
@@ -55,9 +40,9 @@ TEST(FilterSearch, CountsFromTheSourcesFirstPosAndReturnsThereOnReset) {
     source.first_pos = 1000;
     zvq_seq_iterator r{};
     ASSERT_EQ(zvq_seq_filter_search(&r, flags_src.rec(), &source), SEQ_OK);
-    EXPECT_EQ(positions_of(r), (std::vector<uint64_t>{1000, 1005, 1006}));
+    EXPECT_EQ(singles_of<uint64_t>(r), (std::vector<uint64_t>{1000, 1005, 1006}));
     ASSERT_EQ(r.reset(&r), SEQ_OK);
-    EXPECT_EQ(positions_of(r), (std::vector<uint64_t>{1000, 1005, 1006}));
+    EXPECT_EQ(singles_of<uint64_t>(r), (std::vector<uint64_t>{1000, 1005, 1006}));
 
     // A refused operand still leaves the two state words written.
     auto wrong = Script::of<Int4>({});
@@ -99,13 +84,13 @@ TEST(FilterFirstPos, TrueFlagGivesConsecutivePositionsOnceThenEnds) {
     auto in = Script::of<Uint1>({flags({{1, 1}, {0, 200}})});
     zvq_seq_iterator r{};
     ASSERT_EQ(zvq_seq_filter_first_pos(&r, in.rec(), 4), SEQ_OK);
-    EXPECT_EQ(positions_of(r), (std::vector<uint64_t>{0, 1, 2, 3}));
+    EXPECT_EQ(singles_of<uint64_t>(r), (std::vector<uint64_t>{0, 1, 2, 3}));
     EXPECT_EQ(r.next_pos, 4u);
     EXPECT_EQ(in.pulls(), 1u);
     // The reset rewinds the operand and the record: the same result again.
     ASSERT_EQ(r.reset(&r), SEQ_OK);
     EXPECT_EQ(in.resets(), 1u);
-    EXPECT_EQ(positions_of(r), (std::vector<uint64_t>{0, 1, 2, 3}));
+    EXPECT_EQ(singles_of<uint64_t>(r), (std::vector<uint64_t>{0, 1, 2, 3}));
 
     // An empty input: the pull's SEQ_END, chunk_count as it was.
     auto empty = Script::of<Uint1>({});
@@ -165,7 +150,7 @@ TEST(FilterFirstPosMerge, SortedListsMergedAndCutSelfTailFirst) {
         if (c.self.empty()) set_value<uint64_t>(self, 0, 3);  // whatever an empty self holds, below other's
         EXPECT_EQ(self.merge(&self, &other), SEQ_OK);
         EXPECT_EQ(self.next_pos, c.want.size());
-        EXPECT_EQ(positions_of(self), c.want);
+        EXPECT_EQ(singles_of<uint64_t>(self), c.want);
     }
 }
 
@@ -186,7 +171,7 @@ TEST(FilterFirstPosMerge, PiecesThroughTheHostProtocol) {
     EXPECT_EQ(pe.prepared, 1);
     EXPECT_EQ(pa.merge(&pa, &pb), SEQ_OK);
     const size_t pulls = late.pulls();
-    EXPECT_EQ(positions_of(pa), (std::vector<uint64_t>{0, 1, 2, 3}));
+    EXPECT_EQ(singles_of<uint64_t>(pa), (std::vector<uint64_t>{0, 1, 2, 3}));
     EXPECT_EQ(late.pulls(), pulls);
 }
 
