@@ -161,8 +161,8 @@ TYPED_TEST(SortFloat, NaNIsNoInversionAndStopsEveryScan) {
 // a budget of 1 after one partition.
 TYPED_TEST(Sort, HeapSortWhenTheBudgetRunsOut) {
     using V = value_t<TypeParam>;
-    for (uint64_t depth : {0, 1, 2}) {
-        for (size_t n : {51, 52, 53, 64, 65, 1000}) {
+    for (uint64_t depth : {0, 1}) {
+        for (size_t n : {51, 64, 1000}) {
             auto values = random_values<V>(n, 30, static_cast<uint32_t>(n + depth));
             values[0] = V(29);  // a descent at the front: the raw test fails
             values[1] = V(0);
