@@ -222,6 +222,7 @@ int main(void) {
     tour_align();
     tour_group();
     tour_running();
+    tour_select();
     free(col);
 
     printf("\n%s\n", failures ? "FAILED" : "all results match the plain loops");

@@ -19,4 +19,7 @@ void tour_group(void);
 /* Cumulative, grid and window aggregates (tour_running.c). */
 void tour_running(void);
 
+/* Selection and ordering: filter, top-N with map, histogram (tour_select.c). */
+void tour_select(void);
+
 #endif

@@ -262,4 +262,21 @@ template <size_t N, bool Whole = true, class Visit, class Runs = EachRun>
     }
 }
 
+// Bytes of one value: a constant for the fixed-size types, elem_size for char.
+template <class Tag>
+inline size_t value_width(const Rec& r) {
+    if constexpr (is_char<Tag>)
+        return r.elem_size;
+    else
+        return sizeof(value_t<Tag>);
+}
+
+// Copies value `from` of src into slot `to` of dst; the repeat byte is the
+// caller's.
+template <class Tag>
+inline void copy_value(Rec& dst, uint32_t to, const Rec& src, uint32_t from) {
+    const size_t w = value_width<Tag>(src);
+    std::memcpy(dst.chunk + to * w, src.chunk + from * w, w);
+}
+
 }  // namespace zvq

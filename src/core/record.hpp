@@ -67,6 +67,16 @@ inline constexpr Shape shape_of = {Tag::size, Tag::code};
 inline Shape shape_of_record(const Rec& r) { return {r.elem_size, r.elem_type}; }
 inline Shape char_shape(uint32_t width) { return {static_cast<uint16_t>(width), ZVQ_SEQ_TYPE_CHAR}; }
 
+// The shape of a Tag result that carries values of `input`: for char the
+// width is the input's.
+template <class Tag>
+inline Shape shape_like(const Rec& input) {
+    if constexpr (is_char<Tag>)
+        return char_shape(input.elem_size);
+    else
+        return shape_of<Tag>;
+}
+
 struct Fns {
     zvq_seq_next_fn next;
     zvq_seq_next_fn reset;

@@ -15,5 +15,8 @@
 #include "zvq/seq/elementwise_unary.h"
 #include "zvq/seq/hash_table.h"
 #include "zvq/seq/select_align.h"
+#include "zvq/seq/select_filter.h"
 #include "zvq/seq/select_merge.h"
+#include "zvq/seq/select_sort.h"
+#include "zvq/seq/select_top.h"
 #endif
