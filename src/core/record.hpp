@@ -67,6 +67,16 @@ inline constexpr Shape shape_of = {Tag::size, Tag::code};
 inline Shape shape_of_record(const Rec& r) { return {r.elem_size, r.elem_type}; }
 inline Shape char_shape(uint32_t width) { return {static_cast<uint16_t>(width), ZVQ_SEQ_TYPE_CHAR}; }
 
+// The shape of a result of type Tag whose char member takes the width of the
+// operand it follows.
+template <class Tag>
+inline Shape shape_like(const Rec& operand) {
+    if constexpr (is_char<Tag>)
+        return char_shape(operand.elem_size);
+    else
+        return shape_of<Tag>;
+}
+
 struct Fns {
     zvq_seq_next_fn next;
     zvq_seq_next_fn reset;
