@@ -8,6 +8,7 @@
 #include "zvq/seq/core_sources.h"
 #include "zvq/seq/elementwise_binary.h"
 #include "zvq/seq/elementwise_callback.h"
+#include "zvq/seq/elementwise_conditional.h"
 #include "zvq/seq/elementwise_match.h"
 #include "zvq/seq/elementwise_unary.h"
 #include "zvq/seq/hash_table.h"
