@@ -10,6 +10,7 @@
 #include "zvq/seq/elementwise_callback.h"
 #include "zvq/seq/elementwise_conditional.h"
 #include "zvq/seq/elementwise_match.h"
+#include "zvq/seq/elementwise_parse_print.h"
 #include "zvq/seq/elementwise_series.h"
 #include "zvq/seq/elementwise_unary.h"
 #include "zvq/seq/hash_table.h"

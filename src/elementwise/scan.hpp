@@ -1,0 +1,28 @@
+// Reading one number from a text exactly as the C library's sscanf reads it
+// with the parsers' conversions ("%i%n", "%lli%n", "%u%n", "%llu%n",
+// "%lf%n"), without its cost.
+//
+// sscanf measures the whole remaining text on every call (the string is
+// turned into a stream first), so scanning a long list item by item with it
+// is quadratic, and even on a short copy its stream set-up costs as much as
+// the conversion. This scanner collects the characters that the conversion
+// would consume, by the same rules (glibc, C locale: whitespace skipped, a
+// sign, base prefixes for %i only, "nan", "inf" and "infinity", hexadecimal
+// floats, at most one decimal point and one exponent, a dangling "e" or
+// "0x" consumed), and converts them with the strto* function that sscanf
+// itself applies to them. A token too long for the local buffer goes to
+// sscanf.
+#pragma once
+
+#include <cstddef>
+
+namespace zvq::scan {
+
+// T is the type the conversion stores: int (%i), long long (%lli), unsigned
+// (%u), unsigned long long (%llu) or double (%lf). Returns false where
+// sscanf would not yield one value; otherwise stores the value and the
+// count of bytes consumed, the %n of sscanf.
+template <class T>
+bool scan_number(const char* text, T& value, size_t& consumed);
+
+}  // namespace zvq::scan

@@ -1,0 +1,284 @@
+// The text parsers: numbers of one type, char items, and items handed to a
+// caller's function; and the number scanner against sscanf itself.
+#include <cmath>
+#include <cstdio>
+#include <cstdlib>
+#include <string>
+
+#include "elementwise/scan.hpp"
+#include "elementwise/support.hpp"
+
+namespace {
+
+using namespace zvq;
+using namespace zvq::test;
+
+using Parse = zvq_seq_status (*)(zvq_seq_iterator*, const char*);
+
+template <class Tag>
+struct Parser;
+#define ZVQ_TEST_PARSER(n, Tag, ctype)                        \
+    template <>                                               \
+    struct Parser<Tag> {                                      \
+        static constexpr Parse parse = zvq_seq_parse_##n;     \
+    };
+ZVQ_NUMERIC_TYPES(ZVQ_TEST_PARSER)
+#undef ZVQ_TEST_PARSER
+
+template <class Tag>
+class ParseOf : public ::testing::Test {};
+TYPED_TEST_SUITE(ParseOf, NumericTags);
+
+// Equal neighbours share a run, but only the last run's repeat byte is
+// written and next_pos counts runs. A malformed item fails the refill and
+// leaves the cursor where the refill began.
+TYPED_TEST(ParseOf, RunsOnlyTheLastRepeatWrittenNextPosByRuns) {
+    using V = value_t<TypeParam>;
+    zvq_seq_iterator r{};
+    std::memset(r.chunk, 0xAB, sizeof r.chunk);
+    ASSERT_EQ(Parser<TypeParam>::parse(&r, "{1,1,2}"), SEQ_OK);
+    EXPECT_EQ(r.reset, &zvq_seq_reset_parse_iterator);
+    for (int pass = 0; pass < 2; ++pass) {
+        ASSERT_EQ(r.next(&r), SEQ_OK);
+        EXPECT_EQ(r.chunk_count, 2);
+        EXPECT_EQ(r.next_pos, 2u);
+        EXPECT_EQ(value_at<V>(r, 0), V(1));
+        EXPECT_EQ(value_at<V>(r, 1), V(2));
+        EXPECT_EQ(repeat_at(r, 0), 0xAB);
+        EXPECT_EQ(repeat_at(r, 1), 1);
+        EXPECT_EQ(r.next(&r), SEQ_END);
+        ASSERT_EQ(r.reset(&r), SEQ_OK);
+    }
+    for (const char* empty : {"", "}", "{}", "{"}) {
+        ASSERT_EQ(Parser<TypeParam>::parse(&r, empty), SEQ_OK);
+        EXPECT_EQ(r.next(&r), SEQ_END) << empty;
+    }
+    ASSERT_EQ(Parser<TypeParam>::parse(&r, "{7,x,8}"), SEQ_OK);
+    EXPECT_EQ(r.next(&r), SEQ_BAD_ARGUMENT);
+    EXPECT_EQ(r.next(&r), SEQ_BAD_ARGUMENT);
+    ASSERT_EQ(Parser<TypeParam>::parse(&r, "{7 ,8}"), SEQ_OK);  // space before the comma
+    EXPECT_EQ(r.next(&r), SEQ_BAD_ARGUMENT);
+}
+
+// Each member reads as its scan format does: prefixes for signed members
+// only, low bits of an int or unsigned, whitespace before a number skipped.
+TEST(Parse, EachMemberReadsByItsFormat) {
+    auto values = [](Parse parse, const char* text, auto zero) {
+        using V = decltype(zero);
+        zvq_seq_iterator r{};
+        EXPECT_EQ(parse(&r, text), SEQ_OK);
+        std::vector<V> out;
+        EXPECT_EQ(r.next(&r), SEQ_OK) << text;
+        for (uint32_t i = 0; i < r.chunk_count; ++i) out.push_back(value_at<V>(r, i));
+        return out;
+    };
+    EXPECT_EQ(values(zvq_seq_parse_int4, "{0x1F, 010,-7,+3,\n9}", int32_t{}), (std::vector<int32_t>{31, 8, -7, 3, 9}));
+    EXPECT_EQ(values(zvq_seq_parse_int1, "{300,-129}", int8_t{}), (std::vector<int8_t>{44, 127}));
+    EXPECT_EQ(values(zvq_seq_parse_uint4, "{-1,010}", uint32_t{}), (std::vector<uint32_t>{4294967295u, 10}));
+    EXPECT_EQ(values(zvq_seq_parse_uint2, "{70000}", uint16_t{}), std::vector<uint16_t>{4464});
+    EXPECT_EQ(values(zvq_seq_parse_int8, "{-9223372036854775808}", int64_t{}), std::vector<int64_t>{INT64_MIN});
+    EXPECT_EQ(values(zvq_seq_parse_datetime, "{18446744073709551615}", uint64_t{}), std::vector<uint64_t>{~0ull});
+    EXPECT_EQ(values(zvq_seq_parse_float, "{0.1,1e39}", float{}), (std::vector<float>{0.1f, INFINITY}));
+    EXPECT_EQ(values(zvq_seq_parse_double, "{1e,0x1p-2,-inf}", double{}), (std::vector<double>{1, 0.25, -INFINITY}));
+    // Compared as read, before narrowing: two spellings of one double share
+    // a run; two doubles that narrow to one float do not, nor do 256 and 0
+    // in int1 although both store 0; NaN never equals.
+    EXPECT_EQ(values(zvq_seq_parse_float, "{0.1,0.10}", float{}).size(), 1u);
+    EXPECT_EQ(values(zvq_seq_parse_float, "{0.1,0.1000000000000001}", float{}), (std::vector<float>{0.1f, 0.1f}));
+    EXPECT_EQ(values(zvq_seq_parse_int1, "{256,0}", int8_t{}), (std::vector<int8_t>{0, 0}));
+    EXPECT_EQ(values(zvq_seq_parse_double, "{nan,nan}", double{}).size(), 2u);
+    zvq_seq_iterator r{};
+    ASSERT_EQ(zvq_seq_parse_uint4(&r, "{0x10}"), SEQ_OK);  // 0, then x10 is no number
+    EXPECT_EQ(r.next(&r), SEQ_BAD_ARGUMENT);
+}
+
+TEST(Parse, RunsStopAt255AndTheChunkAtItsCapacity) {
+    std::string text = "{";
+    for (int j = 0; j < 300; ++j) text += "5,";
+    for (int j = 0; j < 456; ++j) text += std::to_string(j) + ",";
+    text += "}";
+    zvq_seq_iterator r{};
+    ASSERT_EQ(zvq_seq_parse_double(&r, text.c_str()), SEQ_OK);
+    ASSERT_EQ(r.next(&r), SEQ_OK);
+    EXPECT_EQ(r.chunk_count, 455);  // 5 x 255, 5 x 45 (then 0..452 as distinct runs)
+    EXPECT_EQ(value_at<double>(r, 1), 5.0);
+    EXPECT_EQ(value_at<double>(r, 2), 0.0);
+    ASSERT_EQ(r.next(&r), SEQ_OK);
+    EXPECT_EQ(r.chunk_count, 3);  // the cursor stayed on 453
+    EXPECT_EQ(value_at<double>(r, 0), 453.0);
+    EXPECT_EQ(repeat_at(r, 2), 1);
+    EXPECT_EQ(r.next_pos, 458u);
+}
+
+// The scanner gives what sscanf gives: success, value bits and %n.
+template <class T>
+void expect_like_sscanf(const char* format, const std::string& item) {
+    T want{}, got{};
+    int n = -1;
+    size_t used = 0;
+    const bool ok = std::sscanf(item.c_str(), format, &want, &n) == 1;
+    ASSERT_EQ(scan::scan_number(item.c_str(), got, used), ok) << format << " [" << item << "]";
+    if (!ok) return;
+    EXPECT_EQ(std::memcmp(&got, &want, sizeof(T)), 0) << format << " [" << item << "]";
+    EXPECT_EQ(used, static_cast<size_t>(n)) << format << " [" << item << "]";
+}
+
+TEST(Parse, TheScannerReadsAsSscanfDoes) {
+    const std::string items[] = {
+        "12", "  -7,", "\t\n+5}", "+", "-", "", "  ", "x", "0x1f", "0X", "0x", "-0xg", "09", "0777", "1e5", "1e",
+        "1e+", "1e+-2", "1.2.3", ".5", ".", "-.e1", "e5", "nan", "-NaN(1)", "na", "inf", "infinity", "infinit",
+        "INFx", "0x1.8p1p", "0x.p1", "0xp1", "99999999999", "-99999999999999999999", "18446744073709551616",
+        "4294967296", "1" + std::string(200, '0'), "0." + std::string(150, '0') + "1e150", std::string(130, ' ') + "4",
+    };
+    for (const std::string& item : items) {
+        expect_like_sscanf<int>("%i%n", item);
+        expect_like_sscanf<long long>("%lli%n", item);
+        expect_like_sscanf<unsigned>("%u%n", item);
+        expect_like_sscanf<unsigned long long>("%llu%n", item);
+        expect_like_sscanf<double>("%lf%n", item);
+    }
+}
+
+// ---- char ------------------------------------------------------------------
+
+std::string slot_text(const zvq_seq_iterator& r, uint32_t i) {
+    return std::string(reinterpret_cast<const char*>(slot_ptr(r, i)), r.elem_size);
+}
+
+TEST(ParseChar, QuotesEscapesAndNulls) {
+    const char* text = R"({'a\tb',"c,d",e\,f,null,'',"q\"x",\n\0z,"s\\"})";
+    zvq_seq_iterator r{};
+    std::memset(r.chunk, '#', sizeof r.chunk);
+    ASSERT_EQ(zvq_seq_parse_char(&r, text, 4), SEQ_OK);
+    ASSERT_EQ(r.next(&r), SEQ_OK);
+    ASSERT_EQ(r.chunk_count, 8);
+    const std::string want[] = {"a\tb", "c,d", "e,f", "####", "", "q\"x", std::string("\n\0z", 3), "s\\"};
+    for (uint32_t i = 0; i < 8; ++i) EXPECT_EQ(slot_text(r, i), (want[i] + std::string(4, '\0')).substr(0, 4)) << i;
+    EXPECT_EQ(r.null_bitmap[0], uint64_t{1} << 3);
+    EXPECT_EQ(r.null_bitmap[1], 0u);
+    EXPECT_EQ(repeat_at(r, 0), '#');  // no repeat byte is written
+    EXPECT_EQ(r.next_pos, 8u);
+    EXPECT_EQ(r.next(&r), SEQ_END);
+    EXPECT_EQ(r.chunk_count, 0);
+}
+
+TEST(ParseChar, WidthZeroTakesTheFirstItemsLength) {
+    zvq_seq_iterator r{};
+    ASSERT_EQ(zvq_seq_parse_char(&r, R"({'',"abc",'de'})", 0), SEQ_OK);
+    ASSERT_EQ(r.next(&r), SEQ_OK);
+    EXPECT_EQ(r.elem_size, 3);
+    EXPECT_EQ(slot_text(r, 1), "abc");
+    EXPECT_EQ(slot_text(r, 2), std::string("de\0", 3));
+    ASSERT_EQ(zvq_seq_parse_char(&r, "{null,'a'}", 0), SEQ_OK);
+    EXPECT_EQ(r.next(&r), SEQ_BAD_ARGUMENT);
+}
+
+// Too long for the width, or ending inside quotes or an escape: the refill
+// fails, and fails again, as the cursor stays where it began.
+TEST(ParseChar, MalformedItems) {
+    for (const char* text : {"{abc}", "{'ab", "{ab\\", "{'a\\", "{\"ab'}", "{x,abc}"}) {
+        zvq_seq_iterator r{};
+        ASSERT_EQ(zvq_seq_parse_char(&r, text, 2), SEQ_OK);
+        EXPECT_EQ(r.next(&r), SEQ_BAD_ARGUMENT) << text;
+        EXPECT_EQ(r.next(&r), SEQ_BAD_ARGUMENT) << text;
+        EXPECT_EQ(r.next_pos, 0u);
+    }
+    zvq_seq_iterator r{};
+    EXPECT_EQ(zvq_seq_parse_char(&r, "{a}", 4097), SEQ_TYPE_MISMATCH);
+}
+
+// The digit 0 ends the text like "}"; the zero byte does not, so a text
+// without "}" goes on in empty items.
+TEST(ParseChar, WhereTheTextEnds) {
+    zvq_seq_iterator r{};
+    ASSERT_EQ(zvq_seq_parse_char(&r, "{a,0,b}", 1), SEQ_OK);
+    ASSERT_EQ(r.next(&r), SEQ_OK);
+    EXPECT_EQ(r.chunk_count, 1);
+    EXPECT_EQ(r.next(&r), SEQ_END);
+
+    ASSERT_EQ(zvq_seq_parse_char(&r, "{a", 2), SEQ_OK);
+    for (int refill = 0; refill < 2; ++refill) {
+        ASSERT_EQ(r.next(&r), SEQ_OK);
+        EXPECT_EQ(r.chunk_count, 128);
+        EXPECT_EQ(slot_text(r, 0), refill == 0 ? std::string("a\0", 2) : std::string(2, '\0'));
+        EXPECT_EQ(slot_text(r, 127), std::string(2, '\0'));
+    }
+}
+
+// 128 items a refill, fewer where the width would overrun the chunk.
+TEST(ParseChar, ItemsPerRefill) {
+    std::string text = "{";
+    for (int j = 0; j < 130; ++j) text += "x,";
+    text += "}";
+    for (auto [width, first] : {std::pair{32u, 128}, std::pair{100u, 40}}) {
+        zvq_seq_iterator r{};
+        ASSERT_EQ(zvq_seq_parse_char(&r, text.c_str(), width), SEQ_OK);
+        const auto chunks = drain_chunks<uint8_t>(r);
+        ASSERT_EQ(chunks.size(), static_cast<size_t>((130 + first - 1) / first));
+        EXPECT_EQ(chunks[0].size(), static_cast<size_t>(first));
+        EXPECT_EQ(r.next_pos, 130u);
+    }
+}
+
+// ---- custom ----------------------------------------------------------------
+
+const char* g_text = nullptr;
+std::string g_whole;
+
+// An int4 per item; the item arrives terminated, the rest of the text as it
+// was, and the chunk stands right behind the null bitmap.
+int parse_int(const char* item, uint64_t* bitmap, uint32_t slot) {
+    EXPECT_EQ(std::strlen(g_text), std::strlen(item) + (item - g_text)) << "the item's end is a zero byte";
+    char* end = nullptr;
+    const long v = std::strtol(item, &end, 10);
+    if (end == item || *end != '\0') return 0;
+    store<int32_t>(reinterpret_cast<uint8_t*>(bitmap + 2) + slot * 4, static_cast<int32_t>(v));
+    return 1;
+}
+
+TEST(CustomParse, ItemsGoToTheCallerWithTheTextAlteredOnlyDuringTheCall) {
+    char text[] = "{1,22,333}";
+    g_text = text;
+    zvq_seq_iterator r{};
+    ASSERT_EQ(zvq_seq_custom_parse(&r, text, ZVQ_SEQ_TYPE_INT4, 4, parse_int), SEQ_OK);
+    EXPECT_EQ(r.reset, &zvq_seq_reset_custom_parse_iterator);
+    EXPECT_NE(&zvq_seq_reset_custom_parse_iterator, &zvq_seq_reset_parse_iterator);
+    EXPECT_EQ(drain_runs<int32_t>(r), (Runs<int32_t>{{1, 1}, {22, 1}, {333, 1}}));
+    EXPECT_STREQ(text, "{1,22,333}");
+    EXPECT_EQ(r.next_pos, 3u);
+
+    char bad[] = "{1,x,3}";
+    g_text = bad;
+    ASSERT_EQ(zvq_seq_custom_parse(&r, bad, ZVQ_SEQ_TYPE_INT4, 4, parse_int), SEQ_OK);
+    EXPECT_EQ(r.next(&r), SEQ_BAD_ARGUMENT);
+    EXPECT_STREQ(bad, "{1,x,3}");
+}
+
+// A last item without "," or "}" leaves the cursor on it: every refill reads
+// it again.
+TEST(CustomParse, ALastItemWithoutAnEndComesAgain) {
+    char text[] = "{4,5";
+    g_text = text;
+    zvq_seq_iterator r{};
+    ASSERT_EQ(zvq_seq_custom_parse(&r, text, ZVQ_SEQ_TYPE_INT4, 4, parse_int), SEQ_OK);
+    ASSERT_EQ(r.next(&r), SEQ_OK);
+    EXPECT_EQ(r.chunk_count, 2);
+    for (int refill = 0; refill < 2; ++refill) {
+        ASSERT_EQ(r.next(&r), SEQ_OK);
+        EXPECT_EQ(r.chunk_count, 1);
+        EXPECT_EQ(value_at<int32_t>(r, 0), 5);
+    }
+    EXPECT_EQ(r.next_pos, 4u);
+}
+
+TEST(CustomParse, TheShapeMustBeAType) {
+    char text[] = "{}";
+    zvq_seq_iterator r{};
+    EXPECT_EQ(zvq_seq_custom_parse(&r, text, ZVQ_SEQ_TYPE_INT4, 8, parse_int), SEQ_TYPE_MISMATCH);
+    EXPECT_EQ(zvq_seq_custom_parse(&r, text, 10, 4, parse_int), SEQ_TYPE_MISMATCH);
+    EXPECT_EQ(zvq_seq_custom_parse(&r, text, ZVQ_SEQ_TYPE_CHAR, 70000, parse_int), SEQ_TYPE_MISMATCH);
+    EXPECT_EQ(zvq_seq_custom_parse(&r, text, ZVQ_SEQ_TYPE_CHAR, 5000, parse_int), SEQ_OK);
+    EXPECT_EQ(r.next(&r), SEQ_END);  // capacity 0
+}
+
+}  // namespace
