@@ -16,6 +16,7 @@
 #include <cstring>
 
 #include "core/record.hpp"
+#include "elementwise/scan.hpp"
 
 namespace zvq {
 namespace {
@@ -85,11 +86,12 @@ class Slot {
     uint32_t length_ = 0;
 };
 
-// "%.<count>s": at most count bytes of text, count bytes taken. A count that
-// is missing or negative is a malformed format.
+// "%.<count>s": at most count bytes of text, count bytes taken. The count is
+// read as "%d%n" reads it; missing or negative, it is a malformed format.
 bool print_precision(Slot& slot, const char*& f, Tuple& t) {
-    int count = 0, used = 0;
-    if (std::sscanf(f + 2, "%d%n", &count, &used) != 1 || count < 0 || f[2 + used] != 's') return false;
+    int count = 0;
+    size_t used = 0;
+    if (!scan::scan_decimal(f + 2, count, used) || count < 0 || f[2 + used] != 's') return false;
     f += 3 + used;
     const bool ok = slot.emit(t.here(), t.text_length(static_cast<uint64_t>(count)));
     t.skip(static_cast<uint64_t>(count));

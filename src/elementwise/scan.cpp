@@ -156,20 +156,23 @@ T convert(const char* s, char** end, int base) {
         return std::strtoull(s, end, base);
 }
 
-}  // namespace
-
+// base 0 chooses by prefix as %i does; the fallback format is the
+// conversion's own.
 template <class T>
-bool scan_number(const char* text, T& value, size_t& consumed) {
+bool scan(const char* text, T& value, size_t& consumed, int base, const char* format) {
     size_t p = 0;
     while (is_space(text[p])) ++p;
     if (text[p] == '\0') return false;
     Token tok;
-    int base = std::is_same_v<T, int> || std::is_same_v<T, long long> ? 0 : 10;
-    const bool ok = std::is_same_v<T, double> ? collect_float(text, p, tok) : collect_integer(text, p, tok, base);
+    bool ok;
+    if constexpr (std::is_same_v<T, double>)
+        ok = collect_float(text, p, tok);
+    else
+        ok = collect_integer(text, p, tok, base);
     if (!ok) return false;
     if (tok.overflowed()) {
         int n = 0;
-        if (std::sscanf(text, kFormat<T>, &value, &n) != 1) return false;
+        if (std::sscanf(text, format, &value, &n) != 1) return false;
         consumed = static_cast<size_t>(n);
         return true;
     }
@@ -182,10 +185,20 @@ bool scan_number(const char* text, T& value, size_t& consumed) {
     return true;
 }
 
+}  // namespace
+
+template <class T>
+bool scan_number(const char* text, T& value, size_t& consumed) {
+    const int base = std::is_same_v<T, int> || std::is_same_v<T, long long> ? 0 : 10;
+    return scan(text, value, consumed, base, kFormat<T>);
+}
+
 template bool scan_number<int>(const char*, int&, size_t&);
 template bool scan_number<long long>(const char*, long long&, size_t&);
 template bool scan_number<unsigned>(const char*, unsigned&, size_t&);
 template bool scan_number<unsigned long long>(const char*, unsigned long long&, size_t&);
 template bool scan_number<double>(const char*, double&, size_t&);
+
+bool scan_decimal(const char* text, int& value, size_t& consumed) { return scan(text, value, consumed, 10, "%d%n"); }
 
 }  // namespace zvq::scan

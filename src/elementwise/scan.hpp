@@ -1,6 +1,6 @@
 // Reading one number from a text exactly as the C library's sscanf reads it
-// with the parsers' conversions ("%i%n", "%lli%n", "%u%n", "%llu%n",
-// "%lf%n"), without its cost.
+// with the conversions of the parsers ("%i%n", "%lli%n", "%u%n", "%llu%n",
+// "%lf%n") and of print_char's precision ("%d%n"), without its cost.
 //
 // sscanf measures the whole remaining text on every call (the string is
 // turned into a stream first), so scanning a long list item by item with it
@@ -24,5 +24,8 @@ namespace zvq::scan {
 // count of bytes consumed, the %n of sscanf.
 template <class T>
 bool scan_number(const char* text, T& value, size_t& consumed);
+
+// "%d%n": a signed decimal int.
+bool scan_decimal(const char* text, int& value, size_t& consumed);
 
 }  // namespace zvq::scan

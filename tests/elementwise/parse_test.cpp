@@ -112,12 +112,13 @@ TEST(Parse, RunsStopAt255AndTheChunkAtItsCapacity) {
 
 // The scanner gives what sscanf gives: success, value bits and %n.
 template <class T>
-void expect_like_sscanf(const char* format, const std::string& item) {
+void expect_like_sscanf(const char* format, const std::string& item,
+                        bool (*scanner)(const char*, T&, size_t&) = scan::scan_number<T>) {
     T want{}, got{};
     int n = -1;
     size_t used = 0;
     const bool ok = std::sscanf(item.c_str(), format, &want, &n) == 1;
-    ASSERT_EQ(scan::scan_number(item.c_str(), got, used), ok) << format << " [" << item << "]";
+    ASSERT_EQ(scanner(item.c_str(), got, used), ok) << format << " [" << item << "]";
     if (!ok) return;
     EXPECT_EQ(std::memcmp(&got, &want, sizeof(T)), 0) << format << " [" << item << "]";
     EXPECT_EQ(used, static_cast<size_t>(n)) << format << " [" << item << "]";
@@ -136,6 +137,7 @@ TEST(Parse, TheScannerReadsAsSscanfDoes) {
         expect_like_sscanf<unsigned>("%u%n", item);
         expect_like_sscanf<unsigned long long>("%llu%n", item);
         expect_like_sscanf<double>("%lf%n", item);
+        expect_like_sscanf<int>("%d%n", item, scan::scan_decimal);
     }
 }
 
