@@ -11,4 +11,7 @@ void check(const char* what, int64_t got, int64_t want);
 /* Mismatches so far; main's exit status. */
 extern int failures;
 
+/* Text printed and parsed back, a LIKE filter, a caller's function. */
+void tour_text(void);
+
 #endif
