@@ -67,58 +67,61 @@ void select_aligned(Rec& r, uint32_t i, Rec& cond, Rec& a, Rec& b, uint32_t k) {
     for (Rec* op : {&cond, &a, &b}) op->chunk_pos = static_cast<uint16_t>(op->chunk_pos + k);
 }
 
+// One output run of the value chosen by the condition, k elements long.
 template <class Tag>
-zvq_seq_status iif_next(Rec& r) {
-    Rec& cond = *r.operand[0];
-    Rec& a = *r.operand[1];
-    Rec& b = *r.operand[2];
-    const uint32_t cap = capacity_of<Tag>(r);
-    uint32_t i = 0;
-    while (i < cap) {
-        if (zvq_seq_status s = refill_three(cond, a, b)) {
-            if (s == SEQ_END && i != 0) break;
-            return s;
-        }
-        if (const uint32_t k = aligned_runs(cond, a, b, cap - i)) {
+Rec& put_chosen(Rec& r, uint32_t i, Rec& cond, Rec& a, Rec& b, uint8_t k) {
+    Rec& chosen = current<uint8_t>(cond) != 0 ? a : b;
+    copy_value<Tag>(r, i, chosen, chosen.chunk_pos);
+    set_repeat(r, i, k);
+    r.next_pos += k;
+    return chosen;
+}
+
+// iif: all three move by the smallest repeat byte as it stands. Returns the
+// runs made.
+struct Aligned {
+    template <class Tag>
+    static uint32_t step(Rec& r, uint32_t i, Rec& cond, Rec& a, Rec& b, uint32_t room) {
+        if (const uint32_t k = aligned_runs(cond, a, b, room)) {
             select_aligned<Tag>(r, i, cond, a, b, k);
-            i += k;
-            continue;
+            return k;
         }
-        Rec& chosen = current<uint8_t>(cond) != 0 ? a : b;
-        copy_value<Tag>(r, i, chosen, chosen.chunk_pos);
         const uint8_t k = std::min({current_repeat(cond), current_repeat(a), current_repeat(b)});
-        set_repeat(r, i, k);
-        r.next_pos += k;
+        put_chosen<Tag>(r, i, cond, a, b, k);
         take(cond, k);
         take(a, k);
         take(b, k);
-        ++i;
+        return 1;
     }
-    r.chunk_count = static_cast<uint16_t>(i);
-    return SEQ_OK;
-}
+};
 
-template <class Tag>
-zvq_seq_status if_next(Rec& r) {
+// if: the condition and the chosen stream move by the smaller remainder; the
+// other stream waits.
+struct Streams {
+    template <class Tag>
+    static uint32_t step(Rec& r, uint32_t i, Rec& cond, Rec& a, Rec& b, uint32_t) {
+        const uint8_t k = std::min(remainder(cond), remainder(current<uint8_t>(cond) != 0 ? a : b));
+        Rec& chosen = put_chosen<Tag>(r, i, cond, a, b, k);
+        take(cond, k);
+        take(chosen, k);
+        return 1;
+    }
+};
+
+// Both value streams must have a run ready, even the one not chosen.
+template <class Tag, class Rule>
+zvq_seq_status select_next(Rec& r) {
     Rec& cond = *r.operand[0];
     Rec& a = *r.operand[1];
     Rec& b = *r.operand[2];
     const uint32_t cap = capacity_of<Tag>(r);
     uint32_t i = 0;
     while (i < cap) {
-        // Both streams must have a run ready, even the one not chosen.
         if (zvq_seq_status s = refill_three(cond, a, b)) {
             if (s == SEQ_END && i != 0) break;
             return s;
         }
-        Rec& chosen = current<uint8_t>(cond) != 0 ? a : b;
-        copy_value<Tag>(r, i, chosen, chosen.chunk_pos);
-        const uint8_t k = std::min(remainder(cond), remainder(chosen));
-        set_repeat(r, i, k);
-        r.next_pos += k;
-        take(cond, k);
-        take(chosen, k);
-        ++i;
+        i += Rule::template step<Tag>(r, i, cond, a, b, cap - i);
     }
     r.chunk_count = static_cast<uint16_t>(i);
     return SEQ_OK;
@@ -148,9 +151,13 @@ extern "C" {
 zvq_seq_status zvq_seq_iif_reset(zvq_seq_iterator* it) { return zvq::select_reset(*it); }
 zvq_seq_status zvq_seq_if_reset(zvq_seq_iterator* it) { return zvq::select_reset(*it); }
 
-#define ZVQ_STAMP_SELECT_NEXT(name, Tag, ctype)                                                                    \
-    zvq_seq_status zvq_seq_iif_##name##_next(zvq_seq_iterator* it) { return zvq::iif_next<zvq::Tag>(*it); } \
-    zvq_seq_status zvq_seq_if_##name##_next(zvq_seq_iterator* it) { return zvq::if_next<zvq::Tag>(*it); }
+#define ZVQ_STAMP_SELECT_NEXT(name, Tag, ctype)                         \
+    zvq_seq_status zvq_seq_iif_##name##_next(zvq_seq_iterator* it) {     \
+        return zvq::select_next<zvq::Tag, zvq::Aligned>(*it);            \
+    }                                                                    \
+    zvq_seq_status zvq_seq_if_##name##_next(zvq_seq_iterator* it) {      \
+        return zvq::select_next<zvq::Tag, zvq::Streams>(*it);            \
+    }
 #define ZVQ_STAMP_SELECT(name, Tag, ctype)                                                                         \
     zvq_seq_status zvq_seq_iif_##name(zvq_seq_iterator* result, zvq_seq_iterator* cond, zvq_seq_iterator* first,  \
                                       zvq_seq_iterator* second) {                                                \
