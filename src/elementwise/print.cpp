@@ -98,24 +98,28 @@ bool print_precision(Slot& slot, const char*& f, Tuple& t) {
     return ok;
 }
 
+// An integer conversion: d or i signed, u unsigned, from the next bytes.
+template <class S, class U>
+bool print_integer(Slot& slot, char conversion, Tuple& t, const char* signed_format, const char* unsigned_format) {
+    switch (conversion) {
+        case 'd':
+        case 'i':
+            return slot.print(signed_format, t.take<S>());
+        case 'u':
+            return slot.print(unsigned_format, t.take<U>());
+        default:
+            return false;
+    }
+}
+
 // l and L skip the character behind them and take the conversion from the
 // next, which is then copied as an ordinary character too.
 bool print_long(Slot& slot, const char*& f, Tuple& t) {
     if (f[2] == '\0') return false;
     f += 3;
-    switch (*f) {
-        case 'd':
-        case 'i':
-            return slot.print("%lld", static_cast<long long>(t.take<int64_t>()));
-        case 'u':
-            return slot.print("%llu", static_cast<unsigned long long>(t.take<uint64_t>()));
-        case 'e':
-            return slot.print("%e", t.take<double>());
-        case 'f':
-            return slot.print("%f", t.take<double>());
-        default:
-            return false;
-    }
+    if (*f == 'e') return slot.print("%e", t.take<double>());
+    if (*f == 'f') return slot.print("%f", t.take<double>());
+    return print_integer<long long, unsigned long long>(slot, *f, t, "%lld", "%llu");
 }
 
 // h looks two characters on: an h there makes a one-byte conversion from
@@ -124,26 +128,10 @@ bool print_half(Slot& slot, const char*& f, Tuple& t) {
     if (f[2] == '\0') return false;
     if (f[3] == 'h') {
         f += 4;
-        switch (*f) {
-            case 'd':
-            case 'i':
-                return slot.print("%hhd", static_cast<int>(t.take<int8_t>()));
-            case 'u':
-                return slot.print("%hhu", static_cast<unsigned>(t.take<uint8_t>()));
-            default:
-                return false;
-        }
+        return print_integer<signed char, unsigned char>(slot, *f, t, "%hhd", "%hhu");
     }
     f += 3;
-    switch (*f) {
-        case 'd':
-        case 'i':
-            return slot.print("%hd", static_cast<int>(t.take<int16_t>()));
-        case 'u':
-            return slot.print("%hu", static_cast<unsigned>(t.take<uint16_t>()));
-        default:
-            return false;
-    }
+    return print_integer<short, unsigned short>(slot, *f, t, "%hd", "%hu");
 }
 
 // One directive at f (on its %); f moves to where scanning resumes.
@@ -159,11 +147,9 @@ bool print_directive(Slot& slot, const char*& f, Tuple& t) {
             return slot.print("%c", static_cast<int>(t.take<uint8_t>()));
         case 'd':
         case 'i':
-            f += 2;
-            return slot.print("%d", t.take<int32_t>());
         case 'u':
             f += 2;
-            return slot.print("%u", t.take<uint32_t>());
+            return print_integer<int32_t, uint32_t>(slot, f[-1], t, "%d", "%u");
         case 'e':
             f += 2;
             return slot.print("%e", static_cast<double>(t.take<float>()));
