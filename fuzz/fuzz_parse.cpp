@@ -60,23 +60,14 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
     auto r = record();
     ZVQ_FUZZ_CHECK(m.parse(r.get(), text.data()) == SEQ_OK);
     std::vector<uint8_t> first_chunk;
-    bool ended = false;
-    // Every successful refill moves the cursor, so the text bounds the pulls.
-    for (size_t pulls = 0; pulls <= size + 1 && !ended; ++pulls) {
-        const uint64_t before = r->next_pos;
-        const zvq_seq_status s = r->next(r.get());
-        if (s == SEQ_OK) {
-            ZVQ_FUZZ_CHECK(r->chunk_count >= 1 && r->chunk_count <= capacity_for(m.size));
-            ZVQ_FUZZ_CHECK(r->next_pos == before + r->chunk_count);
-            ZVQ_FUZZ_CHECK(r->chunk[4095 - (r->chunk_count - 1)] >= 1);
-            if (pulls == 0) first_chunk.assign(r->chunk, r->chunk + r->chunk_count * m.size);
-            continue;
-        }
-        ZVQ_FUZZ_CHECK(s == SEQ_END || s == SEQ_BAD_ARGUMENT);
-        ZVQ_FUZZ_CHECK(r->next(r.get()) == s);  // the cursor stayed
-        ended = true;
-    }
-    ZVQ_FUZZ_CHECK(ended);
+    // Every refill moves the cursor by an item at least, so the text bounds
+    // the pulls.
+    const bool stopped = pull_refills(*r, size + 2, [&](size_t refill) {
+        ZVQ_FUZZ_CHECK(r->chunk_count >= 1 && r->chunk_count <= capacity_for(m.size));
+        ZVQ_FUZZ_CHECK(r->chunk[4095 - (r->chunk_count - 1)] >= 1);
+        if (refill == 0) first_chunk.assign(r->chunk, r->chunk + r->chunk_count * m.size);
+    });
+    ZVQ_FUZZ_CHECK(stopped);
     // A reset reads the text again from its start.
     ZVQ_FUZZ_CHECK(r->reset(r.get()) == SEQ_OK);
     if (!first_chunk.empty()) {

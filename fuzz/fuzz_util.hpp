@@ -33,4 +33,24 @@ inline std::unique_ptr<zvq_seq_iterator> record() { return std::make_unique<zvq_
 
 inline uint32_t capacity_for(uint32_t elem_size) { return 4096u / (elem_size + 1u); }
 
+// Pulls r up to `most` times. A refill must grow next_pos by its chunk count
+// and pass check(refill); a failure must be SEQ_END or SEQ_BAD_ARGUMENT and
+// come again on the next pull, as the cursor stays. Returns whether the
+// sequence stopped.
+template <class Check>
+bool pull_refills(zvq_seq_iterator& r, size_t most, Check&& check) {
+    for (size_t refill = 0; refill < most; ++refill) {
+        const uint64_t before = r.next_pos;
+        const zvq_seq_status s = r.next(&r);
+        if (s != SEQ_OK) {
+            ZVQ_FUZZ_CHECK(s == SEQ_END || s == SEQ_BAD_ARGUMENT);
+            ZVQ_FUZZ_CHECK(r.next(&r) == s);
+            return true;
+        }
+        ZVQ_FUZZ_CHECK(r.next_pos == before + r.chunk_count);
+        check(refill);
+    }
+    return false;
+}
+
 }  // namespace zvq::fuzz
