@@ -219,6 +219,7 @@ int main(void) {
         check("exactly the average of the whole", avg == want_avg, 1);
     }
 
+    tour_align();
     tour_text();
     free(col);
 

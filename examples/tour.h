@@ -11,6 +11,8 @@ void check(const char* what, int64_t got, int64_t want);
 /* Mismatches so far; main's exit status. */
 extern int failures;
 
+/* Time alignment, merging and turning points (tour_align.c). */
+void tour_align(void);
 /* Text printed and parsed back, a LIKE filter, a caller's function. */
 void tour_text(void);
 

@@ -14,4 +14,6 @@
 #include "zvq/seq/elementwise_series.h"
 #include "zvq/seq/elementwise_unary.h"
 #include "zvq/seq/hash_table.h"
+#include "zvq/seq/select_align.h"
+#include "zvq/seq/select_merge.h"
 #endif
