@@ -13,6 +13,7 @@ extern int failures;
 
 /* Time alignment, merging and turning points (tour_align.c). */
 void tour_align(void);
+
 /* Text printed and parsed back, a LIKE filter, a caller's function. */
 void tour_text(void);
 

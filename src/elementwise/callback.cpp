@@ -126,7 +126,6 @@ zvq_seq_status callback2_make(Rec& r, Rec* left, Rec* right, zvq_seq_next_fn nex
 }
 
 }  // namespace
-
 }  // namespace zvq
 
 extern "C" {
