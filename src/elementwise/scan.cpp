@@ -13,66 +13,58 @@ bool is_digit(char c) { return c >= '0' && c <= '9'; }
 char lower(char c) { return c >= 'A' && c <= 'Z' ? static_cast<char>(c | 0x20) : c; }
 bool is_xdigit(char c) { return is_digit(c) || (lower(c) >= 'a' && lower(c) <= 'f'); }
 
-// The characters a conversion consumed, as sscanf hands them to strto*.
-// Longer numbers than the buffer holds are rare enough to leave to sscanf.
-class Token {
-   public:
-    static constexpr size_t kCapacity = 128;
+// What a conversion hands on to strto*: how many characters, and the last.
+// (The x of a hexadecimal prefix is consumed but not handed on.)
+struct Taken {
+    size_t size = 0;
+    char last = '\0';
 
     void add(char c) {
-        if (size_ < kCapacity) buf_[size_] = c;
-        ++size_;
-        last_ = c;
+        ++size;
+        last = c;
     }
-    size_t size() const { return size_; }
-    char last() const { return last_; }
-    bool overflowed() const { return size_ >= kCapacity; }
-    const char* terminated() {
-        buf_[size_] = '\0';
-        return buf_;
-    }
-
-   private:
-    char buf_[kCapacity + 1];
-    size_t size_ = 0;
-    char last_ = '\0';
 };
 
 // Reads the letters of `word` (lower case) in any case, consuming them;
 // false at the first that differs.
-bool take_word(const char* text, size_t& p, const char* word, Token& tok) {
+bool take_word(const char* text, size_t& p, const char* word, Taken& taken) {
     for (; *word != '\0'; ++word, ++p) {
         if (lower(text[p]) != *word) return false;
-        tok.add(text[p]);
+        taken.add(text[p]);
     }
     return true;
 }
 
-// From the first byte behind the whitespace; p ends behind the last byte
-// consumed.
-bool collect_float(const char* text, size_t& p, Token& tok) {
+constexpr size_t kNoNumber = ~size_t{0};
+
+// From the first byte behind the whitespace to behind the last byte
+// consumed, or kNoNumber. Positions and counts are locals: the text is char,
+// which may alias any object, so counters reached through a reference would
+// be stored and reloaded at every character.
+size_t collect_float(const char* text, size_t p) {
+    Taken taken;
     bool got_sign = false;
     char c = text[p];
     if (c == '-' || c == '+') {
         got_sign = true;
-        tok.add(c);
+        taken.add(c);
         c = text[++p];
-        if (c == '\0') return false;
+        if (c == '\0') return kNoNumber;
     }
-    if (lower(c) == 'n') return take_word(text, p, "nan", tok);
+    if (lower(c) == 'n') return take_word(text, p, "nan", taken) ? p : kNoNumber;
     if (lower(c) == 'i') {
-        if (!take_word(text, p, "inf", tok)) return false;
+        if (!take_word(text, p, "inf", taken)) return kNoNumber;
         // "infinity" in full, or "inf" and the rest left; a partial
         // "infin" is no number at all.
-        return lower(text[p]) != 'i' || take_word(text, p, "inity", tok);
+        return lower(text[p]) != 'i' || take_word(text, p, "inity", taken) ? p : kNoNumber;
     }
     bool hexa = false, got_digit = false, got_dot = false, got_e = false;
     char exp_char = 'e';
     if (c == '0') {
-        tok.add(c);
+        taken.add(c);
         c = text[++p];
         if (lower(c) == 'x') {
-            tok.add(c);
+            taken.add(c);
             hexa = true;
             exp_char = 'p';
             c = text[++p];
@@ -80,36 +72,48 @@ bool collect_float(const char* text, size_t& p, Token& tok) {
             got_digit = true;
         }
     }
-    for (;; c = text[++p]) {
-        if (is_digit(c) || (hexa && !got_e && is_xdigit(c))) {
-            tok.add(c);
+    for (;;) {
+        if (is_digit(c)) {  // every state takes decimal digits: a run at once
+            do {
+                taken.add(c);
+                c = text[++p];
+            } while (is_digit(c));
             got_digit = true;
-        } else if (got_e && tok.last() == exp_char && (c == '-' || c == '+')) {
-            tok.add(c);
+            continue;
+        }
+        if (hexa && !got_e && is_xdigit(c)) {
+            taken.add(c);
+            got_digit = true;
+        } else if (got_e && lower(taken.last) == exp_char && (c == '-' || c == '+')) {
+            taken.add(c);
         } else if (got_digit && !got_e && lower(c) == exp_char) {
-            tok.add(exp_char);
+            taken.add(c);
             got_e = got_dot = true;
         } else if (c == '.' && !got_dot) {
-            tok.add(c);
+            taken.add(c);
             got_dot = true;
         } else {
             break;
         }
+        c = text[++p];
     }
     // A sign alone, or "0x" with nothing behind it, is no number.
-    return tok.size() != size_t{got_sign} && !(hexa && tok.size() == 2 + size_t{got_sign});
+    const bool number = taken.size != size_t{got_sign} && !(hexa && taken.size == 2 + size_t{got_sign});
+    return number ? p : kNoNumber;
 }
 
-// %i chooses the base by prefix (0x hexadecimal, 0 octal); %u, %llu are
-// decimal. The x of a prefix is consumed but not handed on.
-bool collect_integer(const char* text, size_t& p, Token& tok, int& base) {
+// %i chooses the base by prefix (0x hexadecimal, 0 octal); %d, %u, %llu are
+// decimal.
+size_t collect_integer(const char* text, size_t p, int& base_out) {
+    Taken taken;
+    int base = base_out;
     char c = text[p];
     if (c == '-' || c == '+') {
-        tok.add(c);
+        taken.add(c);
         c = text[++p];
     }
     if (c == '0') {
-        tok.add(c);
+        taken.add(c);
         c = text[++p];
         if (lower(c) == 'x') {
             if (base == 0) base = 16;
@@ -122,9 +126,11 @@ bool collect_integer(const char* text, size_t& p, Token& tok, int& base) {
     for (; c != '\0'; c = text[++p]) {
         const bool digit = base == 16 ? is_xdigit(c) : is_digit(c) && c - '0' < base;
         if (!digit) break;
-        tok.add(c);
+        taken.add(c);
     }
-    return !(tok.size() == 0 || (tok.size() == 1 && (tok.last() == '+' || tok.last() == '-')));
+    base_out = base;
+    const bool number = !(taken.size == 0 || (taken.size == 1 && (taken.last == '+' || taken.last == '-')));
+    return number ? p : kNoNumber;
 }
 
 template <class T>
@@ -140,8 +146,8 @@ constexpr const char* kFormat<unsigned long long> = "%llu%n";
 template <>
 constexpr const char* kFormat<double> = "%lf%n";
 
-// The conversion that sscanf applies to the collected characters; %i and %u
-// store the low bits of the long that strtol/strtoul give.
+// The conversion that sscanf applies to the characters; %i and %u store the
+// low bits of the long that strtol/strtoul give.
 template <class T>
 T convert(const char* s, char** end, int base) {
     if constexpr (std::is_same_v<T, double>)
@@ -156,30 +162,32 @@ T convert(const char* s, char** end, int base) {
         return std::strtoull(s, end, base);
 }
 
-// base 0 chooses by prefix as %i does; the fallback format is the
-// conversion's own.
+// base 0 chooses by prefix as %i does. The characters taken stand in the
+// text from `start` on (a hexadecimal x among them, which strto* skips
+// alike), so strto* reads them in place. Where it stops inside them, or just
+// behind them, it gives what it gives on them alone; it reads further only
+// where sscanf stops short of what strto* accepts ("nan(...)"), and those
+// items go to sscanf itself.
 template <class T>
 bool scan(const char* text, T& value, size_t& consumed, int base, const char* format) {
-    size_t p = 0;
-    while (is_space(text[p])) ++p;
-    if (text[p] == '\0') return false;
-    Token tok;
-    bool ok;
+    size_t start = 0;
+    while (is_space(text[start])) ++start;
+    if (text[start] == '\0') return false;
+    size_t p;
     if constexpr (std::is_same_v<T, double>)
-        ok = collect_float(text, p, tok);
+        p = collect_float(text, start);
     else
-        ok = collect_integer(text, p, tok, base);
-    if (!ok) return false;
-    if (tok.overflowed()) {
+        p = collect_integer(text, start, base);
+    if (p == kNoNumber) return false;
+    char* end = nullptr;
+    const T v = convert<T>(text + start, &end, base);
+    if (end == text + start) return false;
+    if (end > text + p) {
         int n = 0;
         if (std::sscanf(text, format, &value, &n) != 1) return false;
         consumed = static_cast<size_t>(n);
         return true;
     }
-    const char* s = tok.terminated();
-    char* end = nullptr;
-    const T v = convert<T>(s, &end, base);
-    if (end == s) return false;
     value = v;
     consumed = p;
     return true;

@@ -5,13 +5,12 @@
 // sscanf measures the whole remaining text on every call (the string is
 // turned into a stream first), so scanning a long list item by item with it
 // is quadratic, and even on a short copy its stream set-up costs as much as
-// the conversion. This scanner collects the characters that the conversion
+// the conversion. This scanner finds the characters that the conversion
 // would consume, by the same rules (glibc, C locale: whitespace skipped, a
 // sign, base prefixes for %i only, "nan", "inf" and "infinity", hexadecimal
 // floats, at most one decimal point and one exponent, a dangling "e" or
-// "0x" consumed), and converts them with the strto* function that sscanf
-// itself applies to them. A token too long for the local buffer goes to
-// sscanf.
+// "0x" consumed), and converts them in place with the strto* function that
+// sscanf itself applies to them.
 #pragma once
 
 #include <cstddef>
