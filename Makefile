@@ -4,7 +4,7 @@ comma := ,
 JOBS ?= $(shell nproc)
 CMAKE ?= cmake
 
-.PHONY: all demo test asan bench check-api install clean
+.PHONY: all demo test asan bench fuzz check-api install clean
 
 all: test
 
@@ -31,6 +31,19 @@ asan:
 COMPILERS ?= gcc
 bench:
 	python3 tools/bench.py --compilers $(subst $() ,$(comma),$(COMPILERS)) --jobs $(JOBS) $(BENCH_ARGS)
+
+# libFuzzer targets (fuzz/) built with clang, ASan and UBSan; each runs
+# FUZZ_SECONDS over a scratch corpus seeded from fuzz/corpus/<target>.
+FUZZ_SECONDS ?= 60
+FUZZ_TARGETS := parse parse_char custom_parse print
+fuzz:
+	CC=clang CXX=clang++ $(CMAKE) -S fuzz -B build-fuzz
+	$(CMAKE) --build build-fuzz -j$(JOBS)
+	for t in $(FUZZ_TARGETS); do \
+		mkdir -p build-fuzz/corpus/$$t && \
+		./build-fuzz/fuzz_$$t build-fuzz/corpus/$$t fuzz/corpus/$$t \
+			-max_total_time=$(FUZZ_SECONDS) -print_final_stats=1 || exit 1; \
+	done
 
 # The generated declarations must match the manifests and the type table.
 check-api:

@@ -14,6 +14,7 @@ namespace {
 using zvq::bench::make_column;
 using zvq::bench::measure;
 
+using zvq::bench::expand_stretches;
 using zvq::bench::kStretch;
 using zvq::bench::StretchSource;
 
@@ -29,14 +30,6 @@ template <class Out>
         root.chunk_pos = root.chunk_count;
     }
     return touched;
-}
-
-template <class V>
-std::vector<V> expand(const std::vector<V>& runs) {
-    std::vector<V> out;
-    out.reserve(runs.size() * kStretch);
-    for (V v : runs) out.insert(out.end(), kStretch, v);
-    return out;
 }
 
 // The hand loop, out of line for the same reason.
@@ -73,7 +66,7 @@ void run_stretches(benchmark::State& state, Ctor ctor, uint8_t type, Loop op) {
     const uint64_t runs = static_cast<uint64_t>(state.range(0)) / kStretch;
     const auto ra = make_column<V>(runs, 1, V(1));
     const auto rb = make_column<V>(runs, 1, V(500));
-    const auto a = expand(ra), b = expand(rb);
+    const auto a = expand_stretches(ra), b = expand_stretches(rb);
     std::vector<Out> c(a.size());
     static zvq_seq_iterator left, right, root;
     StretchSource<V>::make(&left, type, ra);

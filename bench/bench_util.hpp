@@ -82,6 +82,15 @@ std::vector<V> make_column(size_t n, size_t run, V base = V(1)) {
     return out;
 }
 
+// The column a StretchSource serves, expanded: each value kStretch times.
+template <class V>
+std::vector<V> expand_stretches(const std::vector<V>& runs) {
+    std::vector<V> out;
+    out.reserve(runs.size() * kStretch);
+    for (V v : runs) out.insert(out.end(), kStretch, v);
+    return out;
+}
+
 // Runs lib() and loop() once per iteration, each timed on its own.
 template <class Lib, class Loop>
 void measure(benchmark::State& state, uint64_t elements, Lib&& lib, Loop&& loop) {

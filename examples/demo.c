@@ -223,6 +223,7 @@ int main(void) {
     tour_group();
     tour_running();
     tour_select();
+    tour_text();
     free(col);
 
     printf("\n%s\n", failures ? "FAILED" : "all results match the plain loops");

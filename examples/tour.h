@@ -22,4 +22,7 @@ void tour_running(void);
 /* Selection and ordering: filter, top-N with map, histogram (tour_select.c). */
 void tour_select(void);
 
+/* Text printed and parsed back, a LIKE filter, a caller's function. */
+void tour_text(void);
+
 #endif

@@ -31,6 +31,16 @@ struct Ops;
                                 min = zvq_seq_min_##n, eq = zvq_seq_eq_##n, ne = zvq_seq_ne_##n, ge = zvq_seq_ge_##n, \
                                 le = zvq_seq_le_##n, gt = zvq_seq_gt_##n, lt = zvq_seq_lt_##n;                        \
         static constexpr Unary abs = zvq_seq_abs_##n, neg = zvq_seq_neg_##n;                                          \
+        static constexpr Unary diff = zvq_seq_diff_##n, trend = zvq_seq_trend_##n, norm = zvq_seq_norm_##n;          \
+        static constexpr auto func = zvq_seq_func_##n;                                                                \
+        static constexpr auto func_ctx = zvq_seq_func_ctx_##n;                                                        \
+        static constexpr auto cond = zvq_seq_cond_##n;                                                                \
+        static constexpr auto cond_ctx = zvq_seq_cond_ctx_##n;                                                        \
+        static constexpr auto func2 = zvq_seq_func2_##n;                                                              \
+        static constexpr auto func2_ctx = zvq_seq_func2_ctx_##n;                                                      \
+        static constexpr auto iif = zvq_seq_iif_##n;                                                                  \
+        static constexpr auto if_ = zvq_seq_if_##n;                                                                   \
+        static constexpr auto parse = zvq_seq_parse_##n;                                                              \
     };
 ZVQ_NUMERIC_TYPES(ZVQ_TEST_OPS)
 #undef ZVQ_TEST_OPS
