@@ -80,22 +80,9 @@ zvq_seq_status create_table(Rec* ctx, uint64_t size, HashTable** out) {
 }
 
 zvq_seq_status grow_table(Rec* ctx, HashTable& t, uint32_t width, uint64_t& grow_at) {
-    const uint64_t size = next_table_size(t.size);
-    auto* buckets = static_cast<HashEntry**>(zvq_seq_malloc(ctx, bucket_bytes(size)));
-    if (buckets == nullptr) return SEQ_NOMEM;
-    zvq_memnull(buckets, bucket_bytes(size));
-    for (uint64_t b = 0; b < t.size; ++b) {
-        for (HashEntry* e = t.buckets[b]; e != nullptr;) {
-            HashEntry* const following = e->next;
-            link_sorted(buckets, size, e, width);
-            e = following;
-        }
-    }
-    zvq_seq_free(ctx, t.buckets, bucket_bytes(t.size));
-    t.size = size;
-    t.buckets = buckets;
-    grow_at = grow_bound(size);
-    return SEQ_OK;
+    return rebucket<HashEntry>(ctx, t, grow_at, [width](HashEntry** buckets, uint64_t size, HashEntry* e) {
+        link_sorted(buckets, size, e, width);
+    });
 }
 
 uint8_t* push_block(Rec* ctx, HashTable& t) {

@@ -149,12 +149,42 @@ zvq_seq_status create_table(Rec* ctx, uint64_t size, HashTable** out);
 // its stored hash. 52 leaves the table as it was.
 zvq_seq_status grow_table(Rec* ctx, HashTable& t, uint32_t width, uint64_t& grow_at);
 
+// The growth step of any table whose entries are 40-byte records with next at
+// the same place: a cleared bucket array of the next size, every entry handed
+// to link(buckets, size, entry) in old bucket order, the old array given back.
+// Group tables link in sorted place; tables of other entries say how.
+template <class Entry, class Link>
+zvq_seq_status rebucket(Rec* ctx, HashTable& t, uint64_t& grow_at, Link&& link);
+
 // Puts a new 40968-byte block at the head of the block list; null on no
 // memory. Returns the block's payload, past the link word.
 uint8_t* push_block(Rec* ctx, HashTable& t);
 
 // Appends src's blocks to dst's list and leaves src with none.
 void splice_blocks(HashTable& dst, HashTable& src);
+
+template <class Entry, class Link>
+zvq_seq_status rebucket(Rec* ctx, HashTable& t, uint64_t& grow_at, Link&& link) {
+    static_assert(sizeof(Entry) == sizeof(HashEntry));
+    const uint64_t size = next_table_size(t.size);
+    const uint64_t bytes = size * sizeof(Entry*);
+    auto* buckets = static_cast<Entry**>(zvq_seq_malloc(ctx, bytes));
+    if (buckets == nullptr) return SEQ_NOMEM;
+    zvq_memnull(buckets, bytes);
+    Entry** const old = reinterpret_cast<Entry**>(t.buckets);
+    for (uint64_t b = 0; b < t.size; ++b) {
+        for (Entry* e = old[b]; e != nullptr;) {
+            Entry* const following = e->next;
+            link(buckets, size, e);
+            e = following;
+        }
+    }
+    zvq_seq_free(ctx, t.buckets, t.size * sizeof(Entry*));
+    t.size = size;
+    t.buckets = reinterpret_cast<HashEntry**>(buckets);
+    grow_at = grow_bound(size);
+    return SEQ_OK;
+}
 
 // Gives back every block, the buckets and the header. ctx is only handed to
 // the free hook.

@@ -8,5 +8,8 @@
 #include "zvq/seq/core_sources.h"
 #include "zvq/seq/elementwise_binary.h"
 #include "zvq/seq/elementwise_unary.h"
+#include "zvq/seq/hash_agg.h"
+#include "zvq/seq/hash_approxdc.h"
+#include "zvq/seq/hash_dup_count.h"
 #include "zvq/seq/hash_table.h"
 #endif

@@ -1,0 +1,132 @@
+// Duplicate and distinct counts per key: the threshold crossed once per
+// pair, values compared by their bytes, merges that recount across parts,
+// the life of the pair table, and failures at every allocation.
+#include "pair_support.hpp"
+
+namespace zvq::test {
+namespace {
+
+using Counts = std::map<int32_t, uint64_t>;
+
+template <class VTag>
+Counts dup_counts(const std::vector<Chunk<value_t<VTag>>>& values, const std::vector<Chunk<int32_t>>& keys,
+                  uint64_t min_count) {
+    Script v = Script::of<VTag>(values), k = Script::of<Int4>(keys);
+    PairRecs p;
+    EXPECT_EQ(zvq_seq_hash_agg_dup_count(&p.agg, &p.grp, v.rec(), k.rec(), 0, 0, min_count), SEQ_OK);
+    return groups_of<int32_t, uint64_t>(p);
+}
+
+TEST(DupCount, EachPairCrossesTheThresholdOnce) {
+    // Values 5 5 7 under one key.
+    const std::vector<Chunk<int32_t>> values = {{{5, 1}, {5, 1}, {7, 1}}}, keys = {{{1, 3}}};
+    const std::pair<uint64_t, uint64_t> cases[] = {{0, 0}, {1, 2}, {2, 1}, {3, 0}};
+    for (const auto& [min_count, count] : cases)
+        EXPECT_EQ(dup_counts<Int4>(values, keys, min_count), (Counts{{1, count}})) << min_count;
+    // A run of 200 crosses 100 at once under key 1; key 2 has no value that
+    // reaches it and is delivered with 0.
+    EXPECT_EQ(dup_counts<Int4>({{{9, 200}}}, {{{1, 150}, {2, 50}}}, 100), (Counts{{1, 1}, {2, 0}}));
+    EXPECT_EQ(dup_counts<Float>({{{0.0f, 1}, {-0.0f, 1}, {0.0f, 1}}}, {{{3, 3}}}, 1), (Counts{{3, 2}}));
+    EXPECT_TRUE(dup_counts<Int4>({}, keys, 1).empty());
+}
+
+// Wide values and keys compare by all their bytes, also after a zero byte.
+TEST(DupCount, WideValuesAndKeys) {
+    Script v = Script::of_char(10, {{{"a", 2}, {"b", 1}, {"a", 1}, {std::string("a\0z", 3), 1}}});
+    Script k = Script::of_char(12, {{{"x", 3}, {"y", 2}}});
+    PairRecs p;
+    ASSERT_EQ(zvq_seq_hash_agg_distinct_count(&p.agg, &p.grp, v.rec(), k.rec(), 0, 0), SEQ_OK);
+    EXPECT_EQ(char_groups_of<uint64_t>(p),
+              (std::map<std::string, uint64_t>{{std::string("x", 1) + std::string(11, '\0'), 2},
+                                                {std::string("y", 1) + std::string(11, '\0'), 2}}));
+}
+
+// Random rows in `parts` slices, merged into a destination whose two tables
+// start at 2 buckets; min_count 2.
+Counts dup_in_parts(const std::vector<int32_t>& keys, const std::vector<int32_t>& values, size_t parts) {
+    Parts w;
+    const size_t step = keys.size() / parts;
+    for (size_t i = 0; i < parts; ++i) {
+        const auto from = static_cast<ptrdiff_t>(i * step), to = static_cast<ptrdiff_t>((i + 1) * step);
+        auto* v = w.source(Script::of<Int4>(runs_of(std::vector<int32_t>(values.begin() + from, values.begin() + to))));
+        auto* k = w.source(Script::of<Int4>(runs_of(std::vector<int32_t>(keys.begin() + from, keys.begin() + to))));
+        PairRecs& p = w.add();
+        const uint64_t size = i == 0 ? 2 : 0;
+        EXPECT_EQ(zvq_seq_hash_agg_dup_count(&p.agg, &p.grp, v, k, size, size, 2), SEQ_OK);
+    }
+    EXPECT_EQ(w.prepare_and_merge(), SEQ_OK);
+    return groups_of<int32_t, uint64_t>(*w.pairs[0]);
+}
+
+// Keys 0..59 in runs, values 0..29 cut elsewhere; key 77 only in the last
+// quarter, so that it reaches the destination from a shell.
+TEST(DupCount, MergedPartsGiveThePlainCount) {
+    Lcg rnd{5};
+    std::vector<int32_t> keys, values;
+    while (keys.size() < 4000) keys.insert(keys.end(), 1 + rnd(3), keys.size() > 3000 && rnd(5) == 0 ? 77 : rnd(60));
+    while (values.size() < 4000) values.insert(values.end(), 1 + rnd(4), rnd(30));
+    keys.resize(4000);
+    values.resize(4000);
+    std::map<int32_t, std::map<int32_t, uint64_t>> seen;
+    for (size_t i = 0; i < keys.size(); ++i) ++seen[keys[i]][values[i]];
+    Counts want;
+    for (const auto& [key, counts] : seen)
+        for (const auto& [value, n] : counts) want[key] += n >= 2 ? 1 : 0;
+    ASSERT_TRUE(want.count(77));
+    for (size_t parts : {1u, 2u, 4u}) EXPECT_EQ(dup_in_parts(keys, values, parts), want) << parts;
+}
+
+// A value held once by each of two parts reaches min_count 2 only in the
+// merge; key 2 is new to the destination.
+TEST(DupCount, AValueReachesTheThresholdOnlyAcrossParts) {
+    EXPECT_EQ(dup_in_parts({1, 1, 1, 2}, {5, 6, 5, 8}, 2), (Counts{{1, 1}, {2, 0}}));
+    EXPECT_EQ(dup_in_parts({1, 2, 1, 2}, {5, 8, 6, 8}, 2), (Counts{{1, 0}, {2, 1}}));
+}
+
+// The pair table lives from the build to the first pull of the iterator that
+// built it; the other iterator's pull leaves it.
+TEST(DupCount, PairTableGoesWithTheFirstPullOfItsBuilder) {
+    CountingAllocator alloc;
+    Script v = Script::of<Int4>({{{1, 3}}}), k = Script::of<Int4>({{{1, 3}}});
+    PairRecs p;
+    ASSERT_EQ(zvq_seq_hash_agg_distinct_count(&p.agg, &p.grp, v.rec(), k.rec(), 0, 0), SEQ_OK);
+    ASSERT_EQ(p.agg.prepare(&p.agg), SEQ_OK);
+    EXPECT_EQ(alloc.live_blocks(), 7);  // the pair; header, buckets and a block for each table
+    EXPECT_EQ(p.grp.next(&p.grp), SEQ_OK);
+    EXPECT_EQ(alloc.live_blocks(), 7);
+    EXPECT_EQ(p.agg.next(&p.agg), SEQ_OK);
+    EXPECT_EQ(alloc.live_blocks(), 4);
+    EXPECT_EQ(value_at<uint64_t>(p.agg, 0), 1u);
+}
+
+// 1100 keys of 12 bytes with values of 10: both tables grow nine times and
+// keep keys and values in key blocks; the merge grows both destination
+// tables. A failed merge gives both pair tables back.
+TEST(DupCount, EveryFailingAllocationOfABuildAndAMerge) {
+    fail_each_allocation([&](CountingAllocator& alloc, uint64_t k) {
+        Script keys = Script::of_char(12, names(1100)), values = Script::of_char(10, names(1100, "v"));
+        return build_failing_at(alloc, k, [&](PairRecs& p) {
+            return zvq_seq_hash_agg_dup_count(&p.agg, &p.grp, values.rec(), keys.rec(), 2, 2, 1);
+        });
+    });
+    fail_each_allocation([&](CountingAllocator& alloc, uint64_t k) {
+        Parts w;
+        for (int n : {3, 1100}) {
+            PairRecs& p = w.add();
+            zvq_seq_iterator* values = w.source(Script::of_char(10, names(n, "v")));
+            EXPECT_EQ(zvq_seq_hash_agg_distinct_count(&p.agg, &p.grp, values, w.source(Script::of_char(12, names(n))), 2, 2),
+                      SEQ_OK);
+            EXPECT_EQ(p.agg.prepare(&p.agg), SEQ_OK);
+        }
+        alloc.fail_on(alloc.allocations() + k);
+        const zvq_seq_status s = w.pairs[0]->agg.merge(&w.pairs[0]->agg, &w.pairs[1]->agg);
+        // Reading the destination gives its pair table back.
+        if (s == SEQ_OK) {
+            EXPECT_EQ(w.pairs[0]->agg.next(&w.pairs[0]->agg), SEQ_OK);
+        }
+        return s;
+    });
+}
+
+}  // namespace
+}  // namespace zvq::test
