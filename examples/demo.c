@@ -219,6 +219,7 @@ int main(void) {
         check("exactly the average of the whole", avg == want_avg, 1);
     }
 
+    tour_hash();
     free(col);
 
     printf("\n%s\n", failures ? "FAILED" : "all results match the plain loops");

@@ -8,6 +8,9 @@
 /* Prints one result line; a mismatch counts as a failure of the tour. */
 void check(const char* what, int64_t got, int64_t want);
 
+/* A GROUP BY through the hash aggregates, whole and in merged parts. */
+void tour_hash(void);
+
 /* Mismatches so far; main's exit status. */
 extern int failures;
 

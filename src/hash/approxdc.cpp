@@ -3,6 +3,7 @@
 // register set per hash group, kept in the table's key blocks.
 #include "hash/approxdc.hpp"
 
+#include <algorithm>
 #include <cmath>
 #include <cstring>
 
@@ -36,12 +37,23 @@ struct ApproxState {
 };
 
 // One update per run: a repeated value cannot change a register. The
-// operand's read positions are neither read nor moved.
+// operand's read positions are neither read nor moved. Values are hashed a
+// window of runs at a time.
 template <bool kPrehashed>
 zvq_seq_status fold_sequence(Rec& op, uint8_t* registers) {
+    constexpr uint32_t kWindow = 256;
+    uint32_t hashes[kWindow];
     zvq_seq_status s;
-    while ((s = op.next(&op)) == SEQ_OK)
-        for (uint32_t i = 0; i < op.chunk_count; ++i) approx_update(registers, slot_hash<kPrehashed>(op, i));
+    while ((s = op.next(&op)) == SEQ_OK) {
+        for (uint32_t from = 0; from < op.chunk_count; from += kWindow) {
+            const uint32_t n = std::min<uint32_t>(op.chunk_count - from, kWindow);
+            if constexpr (kPrehashed)
+                std::memcpy(hashes, slot_ptr(op, from), n * sizeof(uint32_t));
+            else
+                murmur_slots(slot_ptr(op, from), op.elem_size, n, hashes);
+            for (uint32_t i = 0; i < n; ++i) approx_update(registers, hashes[i]);
+        }
+    }
     return s;
 }
 
@@ -103,16 +115,17 @@ struct RegisterFold {
     static uint8_t* registers(const HashEntry& e) {
         return reinterpret_cast<uint8_t*>(static_cast<uintptr_t>(e.agg));
     }
-    static zvq_seq_status first(TableBuilder& b, HashEntry& e, const Rec* values, uint8_t) {
+    static zvq_seq_status first(TableBuilder& b, HashEntry& e, const Rec* values, uint32_t slot, uint8_t) {
         uint8_t* set = b.key_space(kApproxRegisters);
         if (set == nullptr) return SEQ_NOMEM;
         zvq_memnull(set, kApproxRegisters);
         e.agg = key_word(set);
-        approx_update(set, slot_hash<false>(*values, values->chunk_pos));
+        approx_update(set, slot_hash<false>(*values, slot));
         return SEQ_OK;
     }
-    static void fold(HashEntry& e, const Rec* values, uint8_t) {
-        approx_update(registers(e), slot_hash<false>(*values, values->chunk_pos));
+    static zvq_seq_status fold(HashEntry& e, const Rec* values, uint32_t slot, uint8_t) {
+        approx_update(registers(e), slot_hash<false>(*values, slot));
+        return SEQ_OK;
     }
     static void combine(HashEntry& into, const HashEntry& from) { approx_merge(registers(into), registers(from)); }
     static uint32_t result(const HashEntry& e) { return approx_result(registers(e)); }

@@ -123,15 +123,13 @@ struct PairBuild {
     }
 };
 
-// A value as the pair table compares it: its word, or its bytes in scratch.
-uint64_t value_word(const uint8_t* bytes, uint32_t width, uint8_t* scratch) {
-    if (width <= kInlineKeyWidth) {
-        uint64_t word = 0;
-        std::memcpy(&word, bytes, width);
-        return word;
-    }
-    std::memcpy(scratch, bytes, width);
-    return key_word(scratch);
+// A value as the pair table compares it: its word, or the address of its
+// bytes in the chunk in hand.
+uint64_t value_word(const uint8_t* bytes, uint32_t width) {
+    if (width > kInlineKeyWidth) return key_word(bytes);
+    uint64_t word = 0;
+    std::memcpy(&word, bytes, width);
+    return word;
 }
 
 // A pair table that an earlier build of this iterator left behind.
@@ -140,6 +138,37 @@ void drop_pair_table(Rec& it) {
     if (st.pair_table != nullptr) free_hash(&it, st.pair_table);
     st.pair_table = nullptr;
 }
+
+// The fold of the build: the group entry is found or new (count 0); the
+// pair is looked up under it, made if new, and counted.
+struct DupFold {
+    static constexpr bool kReadsValues = true;
+    static constexpr bool kValuesFirst = true;
+    Rec* ctx;
+    PairBuild& pairs;
+    Widths w;
+    uint64_t min_count;
+
+    // The value's hash is seeded with the key's, so the two name the pair.
+    PairKey pair_of(const HashEntry& group, const Rec* values, uint32_t slot) const {
+        const uint8_t* value = slot_ptr(*values, slot);
+        return {group.key, value_word(value, w.value), group.hash,
+                murmur_hash3_32(value, static_cast<int32_t>(w.value), group.hash)};
+    }
+    zvq_seq_status count(HashEntry& group, const PairKey& p, PairEntry* pair, uint8_t n) {
+        if (pair == nullptr)
+            if (zvq_seq_status s = pairs.add(ctx, p, w, &pair)) return s;
+        count_occurrences(group, *pair, n, min_count);
+        return SEQ_OK;
+    }
+    zvq_seq_status first(TableBuilder&, HashEntry& group, const Rec* values, uint32_t slot, uint8_t n) {
+        return count(group, pair_of(group, values, slot), nullptr, n);
+    }
+    zvq_seq_status fold(HashEntry& group, const Rec* values, uint32_t slot, uint8_t n) {
+        const PairKey p = pair_of(group, values, slot);
+        return count(group, p, find_pair(*pairs.blocks.table(), p, w), n);
+    }
+};
 
 zvq_seq_status dup_build(Rec& it) {
     DupState& st = state_of<DupState>(it);
@@ -154,29 +183,8 @@ zvq_seq_status dup_build(Rec& it) {
     if (zvq_seq_status s = pairs.blocks.start(st.pair_table_size)) return s;
     st.pair_table = pairs.blocks.table();
     pairs.grow_at = pairs.blocks.grow_at();
-    alignas(8) uint8_t scratch[kMaxHashKeyWidth];
-    for (;;) {
-        zvq_seq_status s = refill(values);
-        if (s == SEQ_OK) s = refill(keys);
-        if (s == SEQ_END) break;
-        if (s != SEQ_OK) return s;
-
-        const HashKey k = groups.load_key(slot_ptr(keys, keys.chunk_pos));
-        const uint8_t* value = slot_ptr(values, values.chunk_pos);
-        const PairKey p{k.word, value_word(value, w.value, scratch), k.hash,
-                        murmur_hash3_32(value, static_cast<int32_t>(w.value), k.hash)};
-        const uint8_t n = overlap(keys, &values);
-        const KeyPlace at = groups.find(k);
-        HashEntry* group = at.found ? *at.link : nullptr;
-        PairEntry* pair = group != nullptr ? find_pair(*st.pair_table, p, w) : nullptr;
-        if (group == nullptr)
-            if ((s = groups.insert(at, k, 0, 0, &group))) return s;
-        if (pair == nullptr)
-            if ((s = pairs.add(&it, p, w, &pair))) return s;
-        count_occurrences(*group, *pair, n, st.min_count);
-        take(values, n);
-        take(keys, n);
-    }
+    DupFold fold{&it, pairs, w, st.min_count};
+    if (zvq_seq_status s = fold_operands(groups, fold, keys, &values)) return s;
     st.pair_table->count = pairs.count;
     groups.publish(st.groups);
     return SEQ_OK;

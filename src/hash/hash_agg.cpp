@@ -6,6 +6,7 @@
 #include <new>
 
 #include "hash/hash_agg_rules.hpp"
+#include "hash/murmur.hpp"
 
 namespace zvq {
 
@@ -23,6 +24,51 @@ zvq_seq_status make_pair(Rec& agg, Rec& grp, Rec* values, Rec& keys, uint64_t si
     a = g = HashAggState{table_size, 0, nullptr, nullptr, nullptr};
     a.pair = g.pair = new (memory) HashPair{nullptr, &a, &g};
     return SEQ_OK;
+}
+
+namespace {
+
+// A key as an entry holds it: W bytes zero-extended (W 0: a width known only
+// at run time), or the address of a wider key's bytes.
+template <uint32_t W>
+uint64_t key_word_at(const uint8_t* p, uint32_t width) {
+    uint64_t word = 0;
+    if constexpr (W != 0) {
+        std::memcpy(&word, p, W);
+    } else {
+        if (width > kInlineKeyWidth) return key_word(p);
+        std::memcpy(&word, p, width);
+    }
+    return word;
+}
+
+template <uint32_t W>
+void words_and_buckets(const uint8_t* slots, uint32_t width, const BucketOf& bucket, KeyBatch& out) {
+    for (uint32_t i = 0; i < out.to - out.from; ++i) {
+        out.word[i] = key_word_at<W>(slots + static_cast<size_t>(i) * width, width);
+        out.bucket[i] = static_cast<uint32_t>(bucket(out.hash[i]));
+    }
+}
+
+}  // namespace
+
+void hash_window(const Rec& keys, uint32_t from, const TableBuilder& b, KeyBatch& out) {
+    const uint64_t size = b.table()->size;
+    const uint32_t width = keys.elem_size;
+    const uint8_t* slots = slot_ptr(keys, from);
+    out.from = from;
+    out.to = from + std::min<uint32_t>(keys.chunk_count - from, KeyBatch::kRuns);
+    out.size = size;
+    out.far = size * sizeof(HashEntry*) + b.count() * sizeof(HashEntry) >= KeyBatch::kFarBytes;
+    murmur_slots(slots, width, out.to - from, out.hash);
+    const BucketOf bucket(size);
+    switch (width) {
+        case 1: return words_and_buckets<1>(slots, width, bucket, out);
+        case 2: return words_and_buckets<2>(slots, width, bucket, out);
+        case 4: return words_and_buckets<4>(slots, width, bucket, out);
+        case 8: return words_and_buckets<8>(slots, width, bucket, out);
+        default: return words_and_buckets<0>(slots, width, bucket, out);
+    }
 }
 
 void drop_unpublished(Rec& it) {

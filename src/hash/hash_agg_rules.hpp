@@ -65,20 +65,21 @@ struct ValueFold {
     }
     static void set_acc(HashEntry& e, Acc a) { std::memcpy(&e.agg, &a, sizeof a); }
 
-    static zvq_seq_status first(TableBuilder&, HashEntry& e, const Rec* values, uint8_t n) {
+    static zvq_seq_status first(TableBuilder&, HashEntry& e, const Rec* values, uint32_t slot, uint8_t n) {
         Acc a{};
         double squares = 0.0;
-        Rule::seed(a, squares, current<In>(*values), n);
+        Rule::seed(a, squares, value_at<In>(*values, slot), n);
         set_acc(e, a);
         e.count = n;
         return SEQ_OK;
     }
-    static void fold(HashEntry& e, const Rec* values, uint8_t n) {
+    static zvq_seq_status fold(HashEntry& e, const Rec* values, uint32_t slot, uint8_t n) {
         Acc a = acc(e);
         double squares = 0.0;
-        Rule::fold(a, squares, current<In>(*values), n);
+        Rule::fold(a, squares, value_at<In>(*values, slot), n);
         set_acc(e, a);
         e.count += n;
+        return SEQ_OK;
     }
     static void combine(HashEntry& into, const HashEntry& from) {
         Acc a = acc(into);
@@ -95,11 +96,14 @@ struct CountFold {
     using OutTag = Uint8;
     static constexpr bool kReadsValues = false;
     static constexpr bool kValuesFirst = false;
-    static zvq_seq_status first(TableBuilder&, HashEntry& e, const Rec*, uint8_t n) {
+    static zvq_seq_status first(TableBuilder&, HashEntry& e, const Rec*, uint32_t, uint8_t n) {
         e.count = n;
         return SEQ_OK;
     }
-    static void fold(HashEntry& e, const Rec*, uint8_t n) { e.count += n; }
+    static zvq_seq_status fold(HashEntry& e, const Rec*, uint32_t, uint8_t n) {
+        e.count += n;
+        return SEQ_OK;
+    }
     static void combine(HashEntry& into, const HashEntry& from) { into.count += from.count; }
     static uint64_t result(const HashEntry& e) { return e.count; }
 };

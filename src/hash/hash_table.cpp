@@ -54,17 +54,6 @@ uint64_t grow_bound(uint64_t size) {
     return trunc_to_u64(static_cast<double>(size) * zvq_seq_hash_table_load_factor) - 1u;
 }
 
-KeyPlace find_key(const HashTable& t, uint64_t key, uint32_t hash, uint32_t width) {
-    HashEntry** link = &t.buckets[uint64_t{hash} % t.size];
-    for (HashEntry* e = *link; e != nullptr; e = *link) {
-        const int order = key_order(e->key, key, width);
-        if (order == 0) return {link, true};
-        if (order > 0) break;
-        link = &e->next;
-    }
-    return {link, false};
-}
-
 zvq_seq_status create_table(Rec* ctx, uint64_t size, HashTable** out) {
     void* header = zvq_seq_malloc(ctx, sizeof(HashTable));
     if (header == nullptr) return SEQ_NOMEM;

@@ -136,8 +136,38 @@ struct KeyPlace {
     bool found;
 };
 
-// Walks the sorted chain of hash modulo size; stops at the first key not below.
-KeyPlace find_key(const HashTable& t, uint64_t key, uint32_t hash, uint32_t width);
+// Walks a sorted chain from its head link; stops at the first key not below.
+inline KeyPlace find_in_chain(HashEntry** link, uint64_t key, uint32_t width) {
+    for (HashEntry* e = *link; e != nullptr; e = *link) {
+        const int order = key_order(e->key, key, width);
+        if (order == 0) return {link, true};
+        if (order > 0) break;
+        link = &e->next;
+    }
+    return {link, false};
+}
+
+// The chain of hash modulo size.
+inline KeyPlace find_key(const HashTable& t, uint64_t key, uint32_t hash, uint32_t width) {
+    return find_in_chain(&t.buckets[uint64_t{hash} % t.size], key, width);
+}
+
+// hash % size without a division (Lemire's fastmod), for the sizes of the
+// ladder, which are below 2^32. The division is what a build would
+// otherwise wait for on every run.
+class BucketOf {
+   public:
+    explicit BucketOf(uint64_t size = 1) : size_(static_cast<uint32_t>(size)), m_(~uint64_t{0} / size_ + 1) {}
+    uint64_t size() const { return size_; }
+    uint64_t operator()(uint32_t hash) const {
+        const uint64_t low = m_ * hash;
+        return static_cast<uint64_t>((static_cast<unsigned __int128>(low) * size_) >> 64);
+    }
+
+   private:
+    uint32_t size_;
+    uint64_t m_;
+};
 
 // ---- whole tables --------------------------------------------------------
 
@@ -213,6 +243,12 @@ class TableBuilder {
     HashKey load_key(const uint8_t* bytes);
 
     KeyPlace find(const HashKey& k) const { return find_key(*table_, k.word, k.hash, width_); }
+
+    // The chain of a bucket that the caller computed for the table's present
+    // size, as a build that hashes its keys in batches does.
+    KeyPlace find_in_bucket(uint64_t bucket, uint64_t word) const {
+        return find_in_chain(&table_->buckets[bucket], word, width_);
+    }
 
     // Steps 1 to 3 of an insertion: a new entry linked in at place. The
     // place must come from find on this table with no change since.
