@@ -112,9 +112,7 @@ struct RegisterFold {
     static constexpr bool kReadsValues = true;
     static constexpr bool kValuesFirst = true;
 
-    static uint8_t* registers(const HashEntry& e) {
-        return reinterpret_cast<uint8_t*>(static_cast<uintptr_t>(e.agg));
-    }
+    static uint8_t* registers(const HashEntry& e) { return reinterpret_cast<uint8_t*>(static_cast<uintptr_t>(e.agg)); }
     static zvq_seq_status first(TableBuilder& b, HashEntry& e, const Rec* values, uint32_t slot, uint8_t) {
         uint8_t* set = b.key_space(kApproxRegisters);
         if (set == nullptr) return SEQ_NOMEM;
@@ -170,6 +168,8 @@ zvq_seq_status zvq_seq_hash_merge_approxdc(zvq_seq_iterator* destination, zvq_se
 zvq_seq_status zvq_seq_hash_agg_approxdc_next_agg(zvq_seq_iterator* it) {
     return zvq::next_aggregates<zvq::RegisterFold>(*it);
 }
-zvq_seq_status zvq_seq_hash_agg_approxdc_next_grp(zvq_seq_iterator* it) { return zvq::next_keys<zvq::RegisterFold>(*it); }
+zvq_seq_status zvq_seq_hash_agg_approxdc_next_grp(zvq_seq_iterator* it) {
+    return zvq::next_keys<zvq::RegisterFold>(*it);
+}
 
 }  // extern "C"

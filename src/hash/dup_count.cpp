@@ -66,17 +66,16 @@ PairEntry* find_pair(const HashTable& t, const PairKey& p, Widths w) {
     return nullptr;
 }
 
-void link_pair(const HashTable& t, PairEntry* e) {
-    PairEntry*& head = chain_of(t, e->pair_hash);
+void push_front(PairEntry*& head, PairEntry* e) {
     e->next = head;
     head = e;
 }
 
+void link_pair(const HashTable& t, PairEntry* e) { push_front(chain_of(t, e->pair_hash), e); }
+
 zvq_seq_status grow_pairs(Rec* ctx, HashTable& t, uint64_t& grow_at) {
     return rebucket<PairEntry>(ctx, t, grow_at, [](PairEntry** buckets, uint64_t size, PairEntry* e) {
-        PairEntry*& head = buckets[e->pair_hash % size];
-        e->next = head;
-        head = e;
+        push_front(buckets[e->pair_hash % size], e);
     });
 }
 
@@ -123,15 +122,6 @@ struct PairBuild {
     }
 };
 
-// A value as the pair table compares it: its word, or the address of its
-// bytes in the chunk in hand.
-uint64_t value_word(const uint8_t* bytes, uint32_t width) {
-    if (width > kInlineKeyWidth) return key_word(bytes);
-    uint64_t word = 0;
-    std::memcpy(&word, bytes, width);
-    return word;
-}
-
 // A pair table that an earlier build of this iterator left behind.
 void drop_pair_table(Rec& it) {
     DupState& st = state_of<DupState>(it);
@@ -152,7 +142,7 @@ struct DupFold {
     // The value's hash is seeded with the key's, so the two name the pair.
     PairKey pair_of(const HashEntry& group, const Rec* values, uint32_t slot) const {
         const uint8_t* value = slot_ptr(*values, slot);
-        return {group.key, value_word(value, w.value), group.hash,
+        return {group.key, word_at(value, w.value), group.hash,
                 murmur_hash3_32(value, static_cast<int32_t>(w.value), group.hash)};
     }
     zvq_seq_status count(HashEntry& group, const PairKey& p, PairEntry* pair, uint8_t n) {
@@ -299,15 +289,14 @@ zvq_seq_status dup_next(Rec& r) {
         return deliver_aggregates<CountFold>(r);
 }
 
-// Values are copied into scratch as keys are, so both widths are limited.
+// Values and keys of any type; one binding test for both operands.
 zvq_seq_status dup_make(Rec& agg, Rec& grp, Rec* values, Rec* keys, uint64_t size, uint64_t pair_size,
                         uint64_t min_count) {
     if (zvq_seq_status s = check_key_width(*keys)) return s;
-    if (zvq_seq_status s = check_key_width(*values)) return s;
     if (zvq_seq_status s = bind({values, keys})) return s;
-    if (zvq_seq_status s = make_pair(agg, grp, values, *keys, size, shape_of<Uint8>,
-                                     {zvq_seq_dup_hash_next_count, zvq_seq_dup_hash_next_grp,
-                                      zvq_seq_dup_hash_prepare, zvq_seq_dup_hash_merge}))
+    if (zvq_seq_status s = make_pair(
+            agg, grp, values, *keys, size, shape_of<Uint8>,
+            {zvq_seq_dup_hash_next_count, zvq_seq_dup_hash_next_grp, zvq_seq_dup_hash_prepare, zvq_seq_dup_hash_merge}))
         return s;
     const uint64_t pair_table_size = table_size_for(pair_size);
     for (Rec* r : {&agg, &grp}) {

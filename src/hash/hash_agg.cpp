@@ -10,8 +10,7 @@
 
 namespace zvq {
 
-zvq_seq_status make_pair(Rec& agg, Rec& grp, Rec* values, Rec& keys, uint64_t size, Shape result,
-                         const PairFns& fns) {
+zvq_seq_status make_pair(Rec& agg, Rec& grp, Rec* values, Rec& keys, uint64_t size, Shape result, const PairFns& fns) {
     void* memory = zvq_seq_malloc(values, sizeof(HashPair));
     if (memory == nullptr) return SEQ_NOMEM;
     const uint64_t table_size = table_size_for(size);
@@ -28,18 +27,17 @@ zvq_seq_status make_pair(Rec& agg, Rec& grp, Rec* values, Rec& keys, uint64_t si
 
 namespace {
 
-// A key as an entry holds it: W bytes zero-extended (W 0: a width known only
-// at run time), or the address of a wider key's bytes.
+// word_at with the width fixed at compile time where it is 1 to 8 (W 0:
+// known only at run time).
 template <uint32_t W>
 uint64_t key_word_at(const uint8_t* p, uint32_t width) {
-    uint64_t word = 0;
-    if constexpr (W != 0) {
-        std::memcpy(&word, p, W);
+    if constexpr (W == 0) {
+        return word_at(p, width);
     } else {
-        if (width > kInlineKeyWidth) return key_word(p);
-        std::memcpy(&word, p, width);
+        uint64_t word = 0;
+        std::memcpy(&word, p, W);
+        return word;
     }
-    return word;
 }
 
 template <uint32_t W>
@@ -99,25 +97,25 @@ void forget_merged(Rec& source) {
 
 extern "C" {
 
-#define ZVQ_STAMP_HASH_AGG(op, Fold, name, Tag)                                                                     \
-    zvq_seq_status zvq_seq_hash_initialize_##op##_##name(zvq_seq_iterator* it) {                                    \
-        return zvq::build_groups<Fold>(*it);                                                                        \
-    }                                                                                                               \
-    zvq_seq_status zvq_seq_hash_merge_##op##_##name(zvq_seq_iterator* destination, zvq_seq_iterator* source) {      \
-        return zvq::merge_groups<Fold>(*destination, *source);                                                      \
-    }                                                                                                               \
-    zvq_seq_status zvq_seq_hash_agg_##op##_##name##_next_agg(zvq_seq_iterator* it) {                                \
-        return zvq::next_aggregates<Fold>(*it);                                                                     \
-    }                                                                                                               \
-    zvq_seq_status zvq_seq_hash_agg_##op##_##name##_next_grp(zvq_seq_iterator* it) {                                \
-        return zvq::next_keys<Fold>(*it);                                                                           \
-    }                                                                                                               \
-    zvq_seq_status zvq_seq_hash_agg_##op##_##name(zvq_seq_iterator* agg_result, zvq_seq_iterator* grp_result,       \
+#define ZVQ_STAMP_HASH_AGG(op, Fold, name, Tag)                                                                      \
+    zvq_seq_status zvq_seq_hash_initialize_##op##_##name(zvq_seq_iterator* it) {                                     \
+        return zvq::build_groups<Fold>(*it);                                                                         \
+    }                                                                                                                \
+    zvq_seq_status zvq_seq_hash_merge_##op##_##name(zvq_seq_iterator* destination, zvq_seq_iterator* source) {       \
+        return zvq::merge_groups<Fold>(*destination, *source);                                                       \
+    }                                                                                                                \
+    zvq_seq_status zvq_seq_hash_agg_##op##_##name##_next_agg(zvq_seq_iterator* it) {                                 \
+        return zvq::next_aggregates<Fold>(*it);                                                                      \
+    }                                                                                                                \
+    zvq_seq_status zvq_seq_hash_agg_##op##_##name##_next_grp(zvq_seq_iterator* it) {                                 \
+        return zvq::next_keys<Fold>(*it);                                                                            \
+    }                                                                                                                \
+    zvq_seq_status zvq_seq_hash_agg_##op##_##name(zvq_seq_iterator* agg_result, zvq_seq_iterator* grp_result,        \
                                                   zvq_seq_iterator* values, zvq_seq_iterator* keys, uint64_t size) { \
-        return zvq::hash_agg_make<zvq::Tag, Fold>(                                                                  \
-            *agg_result, *grp_result, values, keys, size,                                                           \
-            {zvq_seq_hash_agg_##op##_##name##_next_agg, zvq_seq_hash_agg_##op##_##name##_next_grp,                  \
-             zvq_seq_hash_initialize_##op##_##name, zvq_seq_hash_merge_##op##_##name});                             \
+        return zvq::hash_agg_make<zvq::Tag, Fold>(                                                                   \
+            *agg_result, *grp_result, values, keys, size,                                                            \
+            {zvq_seq_hash_agg_##op##_##name##_next_agg, zvq_seq_hash_agg_##op##_##name##_next_grp,                   \
+             zvq_seq_hash_initialize_##op##_##name, zvq_seq_hash_merge_##op##_##name});                              \
     }
 
 #define ZVQ_HASH_AGG_MAX(name, Tag, ctype) ZVQ_STAMP_HASH_AGG(max, zvq::ValueFold<zvq::Max<zvq::Tag>>, name, Tag)

@@ -6,13 +6,12 @@
 // tables (most have static functions only):
 //
 //   using OutTag = result type tag;
-//   kReadsValues                        whether first and fold read a value
-//   kValuesFirst                        pull order of a build step
-//   first(TableBuilder&, HashEntry&, const Rec* values, slot, n)   new key
-//   fold(HashEntry&, const Rec* values, slot, n)                   known key
-//   (both return a status: a fold may allocate)
-//   combine(HashEntry& into, const HashEntry& from)                  merge
-//   result(const HashEntry&)                                         delivered
+//   kReadsValues                                      first and fold read a value
+//   kValuesFirst                                      pull order of a build step
+//   first(TableBuilder&, HashEntry&, values, slot, n) a new key; returns a status
+//   fold(HashEntry&, values, slot, n)                 a known key; returns a status
+//   combine(HashEntry& into, const HashEntry& from)   merge
+//   result(const HashEntry&)                          the delivered value
 //
 // n is the overlap of the current key run and value run, slot the value's
 // run in the value operand's chunk.
@@ -20,8 +19,8 @@
 
 #include <algorithm>
 #include <csignal>
-#include <cstring>
 #include <cstdlib>
+#include <cstring>
 
 #include "hash/hash_table.hpp"
 
@@ -38,8 +37,7 @@ struct PairFns {
 
 // The common tail of every pair constructor, once the operands are tested and
 // bound: allocates the hash_pair (values as context) and fills both records.
-zvq_seq_status make_pair(Rec& agg, Rec& grp, Rec* values, Rec& keys, uint64_t size, Shape result,
-                         const PairFns& fns);
+zvq_seq_status make_pair(Rec& agg, Rec& grp, Rec* values, Rec& keys, uint64_t size, Shape result, const PairFns& fns);
 
 // The constructor of the value families and of the count (values may be
 // null there, and only the count can then be read): value type, key width,

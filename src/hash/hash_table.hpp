@@ -8,7 +8,8 @@
 // an entry keeps its hash, so growth and merging move pointers and never hash
 // again.
 //
-// A builder of a hash aggregate works like this:
+// A builder of a hash aggregate works like this (hash_agg.hpp has the one
+// build loop of the hash aggregates, which hashes its keys in windows):
 //
 //     if (auto s = check_key_width(keys)) return s;          // in the constructor
 //     st.table_size = table_size_for(requested);             // in the constructor
@@ -109,6 +110,15 @@ uint64_t grow_bound(uint64_t size);
 // otherwise the address of the bytes.
 inline const void* key_bytes(uint64_t word) { return reinterpret_cast<const void*>(static_cast<uintptr_t>(word)); }
 inline uint64_t key_word(const void* p) { return static_cast<uint64_t>(reinterpret_cast<uintptr_t>(p)); }
+
+// The word of the key (or value) of `width` bytes at p: its bytes
+// zero-extended, or p itself for a wide one, valid while p is.
+inline uint64_t word_at(const uint8_t* p, uint32_t width) {
+    if (width > kInlineKeyWidth) return key_word(p);
+    uint64_t word = 0;
+    std::memcpy(&word, p, width);
+    return word;
+}
 
 // Negative when the entry's key is below the sought key, 0 when equal.
 // Narrow keys compare by the sign of the wrapped difference, which is neither

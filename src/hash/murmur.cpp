@@ -25,7 +25,8 @@ void murmur_slots(const uint8_t* slots, uint32_t width, uint32_t n, uint32_t* ou
         case 8: return hash_fixed<8>(slots, n, out);
         default:
             for (uint32_t i = 0; i < n; ++i)
-                out[i] = murmur_hash3_32(slots + static_cast<size_t>(i) * width, static_cast<int32_t>(width), kHashSeed);
+                out[i] =
+                    murmur_hash3_32(slots + static_cast<size_t>(i) * width, static_cast<int32_t>(width), kHashSeed);
     }
 }
 

@@ -1,11 +1,12 @@
 // Approximate distinct counts: the register update, the estimator's ranges,
 // the whole-sequence forms with their merge, and one register set per hash
 // group.
+#include "hash/approxdc.hpp"
+
 #include <array>
 #include <cmath>
 #include <numeric>
 
-#include "hash/approxdc.hpp"
 #include "pair_support.hpp"
 
 namespace zvq::test {
@@ -37,9 +38,9 @@ TEST(ApproxRegisters, IndexFromTheTopBitsRankFromTheLowEnd) {
 // E = 320 while a register is 0, E itself, and the large-range logarithm,
 // which collapses to 0 once E passes 2^32 - 1.
 TEST(ApproxRegisters, EstimatorRanges) {
-    const std::pair<Registers, int64_t> cases[] = {
-        {filled(0), 0},   {filled(1, 127), 1},       {filled(26, 37), 158},     {filled(26, 36), 325},
-        {filled(1), 183}, {filled(20), 96001980}, {filled(21), 196428025}};
+    const std::pair<Registers, int64_t> cases[] = {{filled(0), 0},         {filled(1, 127), 1}, {filled(26, 37), 158},
+                                                   {filled(26, 36), 325},  {filled(1), 183},    {filled(20), 96001980},
+                                                   {filled(21), 196428025}};
     for (const auto& [registers, want] : cases) EXPECT_EQ(approximate_distinct_count(registers.data()), want);
     EXPECT_EQ(approx_result(filled(26).data()), 0u);
 }
@@ -124,8 +125,10 @@ TEST(HashAggApproxdc, EachKeyCountsItsOwnValuesWholeOrInParts) {
         Parts w;
         const auto step = static_cast<ptrdiff_t>(keys.size() / parts);
         for (ptrdiff_t from = 0; from < static_cast<ptrdiff_t>(keys.size()); from += step) {
-            auto* v = w.source(Script::of<Int4>(runs_of(std::vector<int32_t>(values.begin() + from, values.begin() + from + step))));
-            auto* k = w.source(Script::of<Int2>(runs_of(std::vector<int16_t>(keys.begin() + from, keys.begin() + from + step))));
+            auto* v = w.source(
+                Script::of<Int4>(runs_of(std::vector<int32_t>(values.begin() + from, values.begin() + from + step))));
+            auto* k = w.source(
+                Script::of<Int2>(runs_of(std::vector<int16_t>(keys.begin() + from, keys.begin() + from + step))));
             PairRecs& p = w.add();
             ASSERT_EQ(zvq_seq_hash_agg_approxdc(&p.agg, &p.grp, v, k, from == 0 ? 2 : 0), SEQ_OK);
         }
@@ -143,16 +146,10 @@ TEST(HashAggApproxdc, EveryFailingAllocationOfABuildAndAMerge) {
             return zvq_seq_hash_agg_approxdc(&p.agg, &p.grp, values.rec(), keys.rec(), 2);
         });
     });
-    fail_each_allocation([&](CountingAllocator& alloc, uint64_t k) {
-        Parts w;
-        for (int n : {3, 1100}) {
-            PairRecs& p = w.add();
-            zvq_seq_iterator* values = w.source(Script::of_char(6, names(n, "v")));
-            EXPECT_EQ(zvq_seq_hash_agg_approxdc(&p.agg, &p.grp, values, w.source(Script::of_char(12, names(n))), 2), SEQ_OK);
-            EXPECT_EQ(p.agg.prepare(&p.agg), SEQ_OK);
-        }
-        alloc.fail_on(alloc.allocations() + k);
-        return w.pairs[0]->agg.merge(&w.pairs[0]->agg, &w.pairs[1]->agg);
+    fail_each_allocation([](CountingAllocator& alloc, uint64_t k) {
+        return merge_failing_at(alloc, k, 6, [](PairRecs& p, zvq_seq_iterator* values, zvq_seq_iterator* keys) {
+            return zvq_seq_hash_agg_approxdc(&p.agg, &p.grp, values, keys, 2);
+        });
     });
 }
 

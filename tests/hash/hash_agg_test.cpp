@@ -17,9 +17,9 @@ using PairCtor = zvq_seq_status (*)(zvq_seq_iterator*, zvq_seq_iterator*, zvq_se
 
 template <class Tag>
 struct HashAgg;
-#define ZVQ_TEST_HASH_AGG(name, Tag, ctype)                                                          \
-    template <>                                                                                      \
-    struct HashAgg<zvq::Tag> {                                                                       \
+#define ZVQ_TEST_HASH_AGG(name, Tag, ctype)                                                             \
+    template <>                                                                                         \
+    struct HashAgg<zvq::Tag> {                                                                          \
         static constexpr PairCtor max = zvq_seq_hash_agg_max_##name, min = zvq_seq_hash_agg_min_##name, \
                                   sum = zvq_seq_hash_agg_sum_##name, avg = zvq_seq_hash_agg_avg_##name; \
     };
@@ -140,7 +140,7 @@ TEST(HashAgg, WideKeysGroupByAllTheirBytes) {
     EXPECT_EQ(p.grp.elem_size, 12);
     EXPECT_EQ(char_groups_of<int64_t>(p),
               (std::map<std::string, int64_t>{{std::string("ab\0\0\0\0\0\0\0\0\0\0", 12), 6},
-                                               {std::string("ab\0x\0\0\0\0\0\0\0\0", 12), 2}}));
+                                              {std::string("ab\0x\0\0\0\0\0\0\0\0", 12), 2}}));
 }
 
 // Constructor refusals in order: value type, key width, then bindings, the
@@ -172,7 +172,8 @@ TEST(HashAggDeathTest, AValueFamilyWithoutValuesFaultsAtTheFirstPull) {
 std::pair<std::vector<int32_t>, std::vector<int32_t>> rows(size_t n) {
     Lcg rnd{42};
     std::vector<int32_t> keys, values;
-    while (keys.size() < n) keys.insert(keys.end(), 1 + rnd(4), keys.size() >= n / 4 * 3 && rnd(9) == 0 ? 999 : rnd(200));
+    while (keys.size() < n)
+        keys.insert(keys.end(), 1 + rnd(4), keys.size() >= n / 4 * 3 && rnd(9) == 0 ? 999 : rnd(200));
     while (values.size() < n) values.insert(values.end(), 1 + rnd(6), rnd(100));
     keys.resize(n);
     values.resize(n);
@@ -190,7 +191,8 @@ std::map<int32_t, A> in_parts(PairCtor ctor, size_t parts) {
         const auto from = static_cast<ptrdiff_t>(i * step), to = static_cast<ptrdiff_t>((i + 1) * step);
         std::vector<value_t<VTag>> v(values.begin() + from, values.begin() + to);
         zvq_seq_iterator* vrec = w.source(Script::of<VTag>(runs_of(v)));
-        zvq_seq_iterator* krec = w.source(Script::of<Int4>(runs_of(std::vector<int32_t>(keys.begin() + from, keys.begin() + to))));
+        zvq_seq_iterator* krec =
+            w.source(Script::of<Int4>(runs_of(std::vector<int32_t>(keys.begin() + from, keys.begin() + to))));
         PairRecs& p = w.add();
         EXPECT_EQ(ctor(&p.agg, &p.grp, vrec, krec, i == 0 && parts > 1 ? 2 : 0), SEQ_OK);
     }
@@ -237,15 +239,10 @@ TEST(HashAgg, EveryFailingAllocationOfABuildAndAMerge) {
             return zvq_seq_hash_agg_avg_double(&p.agg, &p.grp, values.rec(), keys.rec(), 2);
         });
     });
-    fail_each_allocation([&](CountingAllocator& alloc, uint64_t k) {
-        Parts w;
-        for (int n : {3, 1100}) {
-            PairRecs& p = w.add();
-            EXPECT_EQ(zvq_seq_hash_agg_count(&p.agg, &p.grp, w.source(Script::of_char(12, names(n))), 2), SEQ_OK);
-            EXPECT_EQ(p.agg.prepare(&p.agg), SEQ_OK);
-        }
-        alloc.fail_on(alloc.allocations() + k);
-        return w.pairs[0]->agg.merge(&w.pairs[0]->agg, &w.pairs[1]->agg);
+    fail_each_allocation([](CountingAllocator& alloc, uint64_t k) {
+        return merge_failing_at(alloc, k, 6, [](PairRecs& p, zvq_seq_iterator*, zvq_seq_iterator* keys) {
+            return zvq_seq_hash_agg_count(&p.agg, &p.grp, keys, 2);
+        });
     });
 }
 

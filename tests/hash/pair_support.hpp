@@ -154,4 +154,27 @@ zvq_seq_status build_failing_at(CountingAllocator& alloc, uint64_t k, Make&& mak
     return s;
 }
 
+// A merge whose allocation k fails. Part 0 is over the first 3 keys of
+// names(1100), part 1 over all of them, with texts "v0", "v1", ... of
+// value_width bytes as values; each is made by make(p, values, keys) and
+// prepared with the allocator working. After a merge that succeeds the
+// destination is read once, which gives back what it holds besides its
+// table.
+template <class Make>
+zvq_seq_status merge_failing_at(CountingAllocator& alloc, uint64_t k, uint16_t value_width, Make&& make) {
+    Parts w;
+    for (int n : {3, 1100}) {
+        PairRecs& p = w.add();
+        zvq_seq_iterator* values = w.source(Script::of_char(value_width, names(n, "v")));
+        EXPECT_EQ(make(p, values, w.source(Script::of_char(12, names(n)))), SEQ_OK);
+        EXPECT_EQ(p.agg.prepare(&p.agg), SEQ_OK);
+    }
+    alloc.fail_on(alloc.allocations() + k);
+    const zvq_seq_status s = w.pairs[0]->agg.merge(&w.pairs[0]->agg, &w.pairs[1]->agg);
+    if (s == SEQ_OK) {
+        EXPECT_EQ(w.pairs[0]->agg.next(&w.pairs[0]->agg), SEQ_OK);
+    }
+    return s;
+}
+
 }  // namespace zvq::test
