@@ -41,46 +41,44 @@ TEST(DupCount, WideValuesAndKeys) {
                                                {std::string("y", 1) + std::string(11, '\0'), 2}}));
 }
 
-// Random rows in `parts` slices, merged into a destination whose two tables
-// start at 2 buckets; min_count 2.
-Counts dup_in_parts(const std::vector<int32_t>& keys, const std::vector<int32_t>& values, size_t parts) {
-    Parts w;
-    const size_t step = keys.size() / parts;
-    for (size_t i = 0; i < parts; ++i) {
-        const auto from = static_cast<ptrdiff_t>(i * step), to = static_cast<ptrdiff_t>((i + 1) * step);
-        auto* v = w.source(Script::of<Int4>(runs_of(std::vector<int32_t>(values.begin() + from, values.begin() + to))));
-        auto* k = w.source(Script::of<Int4>(runs_of(std::vector<int32_t>(keys.begin() + from, keys.begin() + to))));
-        PairRecs& p = w.add();
-        const uint64_t size = i == 0 ? 2 : 0;
-        EXPECT_EQ(zvq_seq_hash_agg_dup_count(&p.agg, &p.grp, v, k, size, size, 2), SEQ_OK);
-    }
-    EXPECT_EQ(w.prepare_and_merge(), SEQ_OK);
-    return groups_of<int32_t, uint64_t>(*w.pairs[0]);
+// The duplicate count at min_count 2 of the rows in `parts` merged parts.
+Counts dup_in_parts(const Rows& rows, size_t parts) {
+    return in_parts<uint64_t>(rows, parts, [](Rec* agg, Rec* grp, Rec* values, Rec* keys, uint64_t size) {
+        return zvq_seq_hash_agg_dup_count(agg, grp, values, keys, size, size, 2);
+    });
 }
 
-// Keys 0..59 in runs, values 0..29 cut elsewhere; key 77 only in the last
-// quarter, so that it reaches the destination from a shell.
+// Keys below 60, values below 30; key 77 only in the last quarter, so that it
+// reaches the destination from a shell.
 TEST(DupCount, MergedPartsGiveThePlainCount) {
-    Lcg rnd{5};
-    std::vector<int32_t> keys, values;
-    while (keys.size() < 4000) keys.insert(keys.end(), 1 + rnd(3), keys.size() > 3000 && rnd(5) == 0 ? 77 : rnd(60));
-    while (values.size() < 4000) values.insert(values.end(), 1 + rnd(4), rnd(30));
-    keys.resize(4000);
-    values.resize(4000);
+    const Rows rows = random_rows(5, 4000, 60, 30, 77);
     std::map<int32_t, std::map<int32_t, uint64_t>> seen;
-    for (size_t i = 0; i < keys.size(); ++i) ++seen[keys[i]][values[i]];
+    for (size_t i = 0; i < rows.keys.size(); ++i) ++seen[rows.keys[i]][rows.values[i]];
     Counts want;
     for (const auto& [key, counts] : seen)
         for (const auto& [value, n] : counts) want[key] += n >= 2 ? 1 : 0;
     ASSERT_TRUE(want.count(77));
-    for (size_t parts : {1u, 2u, 4u}) EXPECT_EQ(dup_in_parts(keys, values, parts), want) << parts;
+    for (size_t parts : {1u, 2u, 4u}) EXPECT_EQ(dup_in_parts(rows, parts), want) << parts;
 }
 
 // A value held once by each of two parts reaches min_count 2 only in the
 // merge; key 2 is new to the destination.
 TEST(DupCount, AValueReachesTheThresholdOnlyAcrossParts) {
-    EXPECT_EQ(dup_in_parts({1, 1, 1, 2}, {5, 6, 5, 8}, 2), (Counts{{1, 1}, {2, 0}}));
-    EXPECT_EQ(dup_in_parts({1, 2, 1, 2}, {5, 8, 6, 8}, 2), (Counts{{1, 0}, {2, 1}}));
+    EXPECT_EQ(dup_in_parts({{1, 1, 1, 2}, {5, 6, 5, 8}}, 2), (Counts{{1, 1}, {2, 0}}));
+    EXPECT_EQ(dup_in_parts({{1, 2, 1, 2}, {5, 8, 6, 8}}, 2), (Counts{{1, 0}, {2, 1}}));
+}
+
+// The duplicate and approximate counts test both bindings before marking
+// either; key width comes first.
+TEST(DupCount, ConstructorsBindBothOperandsOrNeither) {
+    Script v = Script::of<Double>({}), k = Script::of<Int4>({}), wide(33, ZVQ_SEQ_TYPE_CHAR);
+    PairRecs p;
+    EXPECT_EQ(zvq_seq_hash_agg_distinct_count(&p.agg, &p.grp, v.rec(), wide.rec(), 0, 0), SEQ_TYPE_MISMATCH);
+    EXPECT_EQ(zvq_seq_hash_agg_approxdc(&p.agg, &p.grp, v.rec(), wide.rec(), 0), SEQ_TYPE_MISMATCH);
+    k.rec()->bound = 1;
+    EXPECT_EQ(zvq_seq_hash_agg_dup_count(&p.agg, &p.grp, v.rec(), k.rec(), 0, 0, 2), SEQ_ALREADY_BOUND);
+    EXPECT_EQ(zvq_seq_hash_agg_approxdc(&p.agg, &p.grp, v.rec(), k.rec(), 0), SEQ_ALREADY_BOUND);
+    EXPECT_FALSE(v.rec()->bound);
 }
 
 // The pair table lives from the build to the first pull of the iterator that

@@ -59,13 +59,6 @@ std::map<std::string, A> char_groups_of(PairRecs& p) {
     return out;
 }
 
-// The key and value columns of one part of an input.
-template <class K, class V>
-struct Columns {
-    std::vector<Chunk<K>> keys;
-    std::vector<Chunk<V>> values;
-};
-
 // A computation in parts: the sources of each part, a pair over them built
 // by prepare, all merged into part 0.
 struct Parts {
@@ -116,6 +109,50 @@ struct Lcg {
         return static_cast<uint32_t>(x >> 33) % bound;
     }
 };
+
+// Rows of an unsorted table: keys in runs of 1 to 4, values in runs of 1 to
+// 6 cut elsewhere.
+struct Rows {
+    std::vector<int32_t> keys;
+    std::vector<int32_t> values;
+};
+
+// n rows of keys below key_bound and values below value_bound; the key
+// `late` occurs in the last quarter only.
+inline Rows random_rows(uint64_t seed, size_t n, uint32_t key_bound, uint32_t value_bound, int32_t late) {
+    Lcg rnd{seed};
+    Rows r;
+    while (r.keys.size() < n) {
+        const bool in_last_quarter = r.keys.size() >= n / 4 * 3;
+        const int32_t key = in_last_quarter && rnd(9) == 0 ? late : static_cast<int32_t>(rnd(key_bound));
+        r.keys.insert(r.keys.end(), 1 + rnd(4), key);
+    }
+    while (r.values.size() < n) r.values.insert(r.values.end(), 1 + rnd(6), static_cast<int32_t>(rnd(value_bound)));
+    r.keys.resize(n);
+    r.values.resize(n);
+    return r;
+}
+
+// The rows in `parts` consecutive slices, a pair over each from
+// make(agg, grp, values, keys, size) with values of VTag, prepared and
+// merged into the first, whose tables start at 2 buckets so that they grow
+// in the merges: the groups of the result.
+template <class A, class VTag = Int4, class Make>
+std::map<int32_t, A> in_parts(const Rows& rows, size_t parts, Make&& make) {
+    Parts w;
+    const size_t step = rows.keys.size() / parts;
+    for (size_t i = 0; i < parts; ++i) {
+        const auto from = static_cast<ptrdiff_t>(i * step), to = static_cast<ptrdiff_t>((i + 1) * step);
+        std::vector<value_t<VTag>> v(rows.values.begin() + from, rows.values.begin() + to);
+        std::vector<int32_t> k(rows.keys.begin() + from, rows.keys.begin() + to);
+        zvq_seq_iterator* values = w.source(Script::of<VTag>(runs_of(v)));
+        zvq_seq_iterator* keys = w.source(Script::of<Int4>(runs_of(k)));
+        PairRecs& p = w.add();
+        EXPECT_EQ(make(&p.agg, &p.grp, values, keys, i == 0 && parts > 1 ? 2 : 0), SEQ_OK);
+    }
+    EXPECT_EQ(w.prepare_and_merge(), SEQ_OK);
+    return groups_of<int32_t, A>(*w.pairs[0]);
+}
 
 // Runs attempt(alloc, k) for k = 1, 2, ... until it succeeds; the attempt
 // makes allocation k of what it tests fail. Each must answer SEQ_OK or
