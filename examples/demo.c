@@ -219,6 +219,9 @@ int main(void) {
         check("exactly the average of the whole", avg == want_avg, 1);
     }
 
+    tour_align();
+    tour_group();
+    tour_running();
     tour_hash();
     free(col);
 

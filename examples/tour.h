@@ -8,10 +8,18 @@
 /* Prints one result line; a mismatch counts as a failure of the tour. */
 void check(const char* what, int64_t got, int64_t want);
 
-/* A GROUP BY through the hash aggregates, whole and in merged parts. */
-void tour_hash(void);
-
 /* Mismatches so far; main's exit status. */
 extern int failures;
+
+/* Time alignment, merging and turning points (tour_align.c). */
+void tour_align(void);
+/* Group aggregates and paired statistics (tour_group.c). */
+void tour_group(void);
+
+/* Cumulative, grid and window aggregates (tour_running.c). */
+void tour_running(void);
+
+/* A GROUP BY through the hash aggregates, whole and in merged parts (tour_hash.c). */
+void tour_hash(void);
 
 #endif

@@ -21,12 +21,13 @@ struct Max : RuleBase<T> {
     using In = value_t<T>;
     using Out = T;
     using Acc = In;
+    static bool wins(In v, Acc a) { return v > a; }
     static void seed(Acc& a, double&, In v, uint8_t) { a = v; }
     static void fold(Acc& a, double&, In v, uint8_t) {
-        if (v > a) a = v;
+        if (wins(v, a)) a = v;
     }
     static void merge(Acc& a, Acc b) {
-        if (b > a) a = b;
+        if (wins(b, a)) a = b;
     }
     static Acc result(Acc a, double, uint64_t) { return a; }
 };
@@ -36,12 +37,13 @@ struct Min : RuleBase<T> {
     using In = value_t<T>;
     using Out = T;
     using Acc = In;
+    static bool wins(In v, Acc a) { return v < a; }
     static void seed(Acc& a, double&, In v, uint8_t) { a = v; }
     static void fold(Acc& a, double&, In v, uint8_t) {
-        if (v < a) a = v;
+        if (wins(v, a)) a = v;
     }
     static void merge(Acc& a, Acc b) {
-        if (b < a) a = b;
+        if (wins(b, a)) a = b;
     }
     static Acc result(Acc a, double, uint64_t) { return a; }
 };

@@ -11,8 +11,14 @@
 // take(1) then wraps 256 times, take(remainder) moves on at once.
 #pragma once
 
+#include <algorithm>
+#include <array>
+#include <bit>
+#include <cstddef>
+#include <bit>
 #include <cstdint>
 #include <cstring>
+#include <type_traits>
 
 #include "core/types.hpp"
 
@@ -100,6 +106,40 @@ inline void take(Rec& r, uint8_t k) {
     }
 }
 
+// Elements of the current run that a reader taking one at a time gets before
+// it moves on: the remainder, except that a repeat byte of 0 wraps run_pos
+// through 255 and so gives 256 less what was taken.
+inline uint32_t stepwise_remainder(const Rec& r) { return ((current_repeat(r) - r.run_pos - 1u) & 0xFFu) + 1u; }
+
+// Elements of run i for such a reader: its repeat byte, 256 for 0.
+inline uint32_t stepwise_repeat(const Rec& r, uint32_t i) { return ((repeat_at(r, i) - 1u) & 0xFFu) + 1u; }
+
+// Runs with repeat byte 1 from run `from` on, stopping before run `to`: the
+// distinct values, which a reader can take as plain values. Eight repeat
+// bytes are tested at once; run i is the highest byte of the word that ends
+// at its repeat byte.
+inline uint32_t single_runs(const Rec& r, uint32_t from, uint32_t to) {
+    constexpr uint64_t ones = 0x0101010101010101u;
+    uint32_t i = from;
+    for (; i + 8 <= to; i += 8) {
+        const uint64_t differ = load<uint64_t>(repeat_block(r, i, 8)) ^ ones;
+        if (differ != 0) return i - from + static_cast<uint32_t>(std::countl_zero(differ)) / 8;
+    }
+    while (i < to && repeat_at(r, i) == 1) ++i;
+    return i - from;
+}
+
+// Take k elements one at a time (k at most stepwise_remainder): the positions
+// that k calls of take(r, 1) leave, in one step.
+inline void take_stepwise(Rec& r, uint32_t k) {
+    if (k == stepwise_remainder(r)) {
+        r.run_pos = 0;
+        ++r.chunk_pos;
+    } else {
+        r.run_pos = static_cast<uint8_t>(r.run_pos + k);
+    }
+}
+
 // A reader's place in a record held in locals, for a loop that takes many
 // small steps through the chunk in hand: the same reading rule as take and
 // remainder, without a store to the record per step. store() writes the
@@ -152,5 +192,108 @@ inline uint64_t repeat_sum(const Rec& r, uint32_t from, uint32_t to) {
 
 // Sum of the repeat bytes of runs [0, n).
 inline uint64_t repeat_sum(const Rec& r, uint32_t n) { return repeat_sum(r, 0, n); }
+
+static_assert(std::endian::native == std::endian::little, "equal_repeats reads repeat bytes as words");
+
+// Number of runs, at most m, from run a of x and run b of y on, whose repeat
+// bytes are equal pair by pair. Compared 8 at a time: the repeat bytes of
+// later runs stand below, so run a's byte is the word's most significant.
+inline uint32_t equal_repeats(const Rec& x, uint32_t a, const Rec& y, uint32_t b, uint32_t m) {
+    const uint8_t* xtop = x.chunk + 4096u - a;
+    const uint8_t* ytop = y.chunk + 4096u - b;
+    uint32_t k = 0;
+    while (k + 8 <= m) {
+        const uint64_t diff = load<uint64_t>(xtop - k - 8) ^ load<uint64_t>(ytop - k - 8);
+        if (diff != 0) return k + static_cast<uint32_t>(std::countl_zero(diff) >> 3);
+        k += 8;
+    }
+    while (k < m && *(xtop - k - 1) == *(ytop - k - 1)) ++k;
+    return k;
+}
+
+// ---- several operands read in step ---------------------------------------
+//
+// Operators that pair the elements of two or three operands (paired
+// statistics, group aggregates) read them overlap by overlap: the overlap of
+// the operands' current runs is as long as the shortest remainder.
+
+// Refills the operands whose chunks are used up, in operand order. The first
+// status other than SEQ_OK is returned at once, later operands unpulled.
+template <size_t N>
+inline zvq_seq_status refill_each(const std::array<Rec*, N>& ops) {
+    for (Rec* op : ops)
+        if (zvq_seq_status s = refill(*op)) return s;
+    return SEQ_OK;
+}
+
+template <size_t N>
+inline bool any_exhausted(const std::array<Rec*, N>& ops) {
+    for (const Rec* op : ops)
+        if (exhausted(*op)) return true;
+    return false;
+}
+
+// Marks a walk whose aligned runs are visited one by one.
+struct EachRun {};
+
+// Walks the overlaps of the operands' runs until a chunk is used up, calling
+// visit(at, n, starts) for each: at[k] is the slot operand k stands at, n the
+// overlap's length and starts whether the last operand's run begins there.
+// visit returns false to stop before the overlap is taken; walk_in_step then
+// returns false with no operand moved past it.
+//
+// Where all operands stand at the start of runs whose repeat bytes agree, a
+// stretch of m such runs is one overlap per run: the same overlaps as the
+// run-by-run rule, walked with local indexes. runs(at, m) may take such a
+// stretch at once and return how many runs it took (fewer: it stopped);
+// EachRun visits them one by one. A record given twice reads through one
+// cursor, so only the run-by-run rule serves it. With Whole false every
+// overlap takes the run-by-run way, for a visit that calls out anyway.
+//
+// Inlined into its caller, so that what visit accumulates stays in registers.
+template <size_t N, bool Whole = true, class Visit, class Runs = EachRun>
+[[gnu::always_inline]] inline bool walk_in_step(const std::array<Rec*, N>& ops, Visit&& visit, Runs&& runs = {}) {
+    bool distinct = Whole;
+    for (size_t a = 0; a < N; ++a)
+        for (size_t b = a + 1; b < N; ++b) distinct &= ops[a] != ops[b];
+    for (;;) {
+        bool whole_runs = distinct;
+        for (const Rec* op : ops) whole_runs &= op->run_pos == 0;
+        if (whole_runs) {
+            std::array<uint32_t, N> at;
+            uint32_t m = ~uint32_t{0};
+            for (size_t k = 0; k < N; ++k) {
+                at[k] = ops[k]->chunk_pos;
+                m = std::min(m, uint32_t{ops[k]->chunk_count} - at[k]);
+            }
+            for (size_t k = 1; k < N; ++k) m = equal_repeats(*ops[0], at[0], *ops[k], at[k], m);
+            uint32_t j = 0;
+            if constexpr (std::is_same_v<std::remove_cvref_t<Runs>, EachRun>) {
+                for (; j < m; ++j) {
+                    std::array<uint32_t, N> slot;
+                    for (size_t k = 0; k < N; ++k) slot[k] = at[k] + j;
+                    if (!visit(slot, repeat_at(*ops[0], slot[0]), true)) break;
+                }
+            } else {
+                j = m != 0 ? runs(at, m) : 0;
+            }
+            for (size_t k = 0; k < N; ++k) ops[k]->chunk_pos = static_cast<uint16_t>(at[k] + j);
+            if (j < m) return false;
+            if (m != 0) {
+                if (any_exhausted(ops)) return true;
+                continue;
+            }
+        }
+        std::array<uint32_t, N> slot;
+        uint8_t n = 255;
+        for (size_t k = 0; k < N; ++k) {
+            slot[k] = ops[k]->chunk_pos;
+            n = std::min(n, remainder(*ops[k]));
+        }
+        if (!visit(slot, n, ops[N - 1]->run_pos == 0)) return false;
+        for (Rec* op : ops) take(*op, n);
+        if (any_exhausted(ops)) return true;
+    }
+}
 
 }  // namespace zvq

@@ -121,4 +121,12 @@ inline void publish_one(Rec& r, V value) {
     r.next_pos = 1;
 }
 
+// Publishes the first n slots of the chunk as runs of one element each, the
+// shape of every operator whose output ignores its input's repeats.
+inline void publish_singles(Rec& r, uint32_t n) {
+    std::memset(repeat_area(r, n), 1, n);
+    r.chunk_count = static_cast<uint16_t>(n);
+    r.next_pos += n;
+}
+
 }  // namespace zvq

@@ -44,6 +44,17 @@
 // The floating members, for the few families that exist only for them.
 #define ZVQ_FLOAT_TYPES(X) X(float, Float, float) X(double, Double, double)
 
+// Further subsets, rows of ZVQ_NUMERIC_TYPES (checked at the end of the
+// file), for families whose members differ by kind.
+#define ZVQ_UNSIGNED_INT_TYPES(X) \
+    X(uint1, Uint1, uint8_t) X(uint2, Uint2, uint16_t) X(uint4, Uint4, uint32_t) X(uint8, Uint8, uint64_t)
+#define ZVQ_SIGNED_INT_TYPES(X) \
+    X(int1, Int1, int8_t) X(int2, Int2, int16_t) X(int4, Int4, int32_t) X(int8, Int8, int64_t)
+#define ZVQ_DATETIME_TYPE(X) X(datetime, Datetime, zvq_seq_datetime)
+// Timestamp keys: unsigned, compared and subtracted at their own width.
+#define ZVQ_TIME_KEY_TYPES(X) \
+    X(uint4, Uint4, uint32_t) X(uint8, Uint8, uint64_t) X(datetime, Datetime, zvq_seq_datetime)
+
 #define ZVQ_ALL_TYPES(X) ZVQ_NUMERIC_TYPES(X) ZVQ_CHAR_TYPE(X)
 
 namespace zvq {
@@ -110,10 +121,16 @@ namespace zvq::pairs_check {
 #define ZVQ_PAIRS_ROW_OF_COPY(unused, name, Tag, ctype) std::string_view(#name " " #Tag " " #ctype),
 inline constexpr std::string_view kTable[] = {ZVQ_NUMERIC_TYPES(ZVQ_PAIRS_ROW_OF_TABLE)};
 inline constexpr std::string_view kCopy[] = {ZVQ_NUMERIC_TYPES_WITH(ZVQ_PAIRS_ROW_OF_COPY, 0)};
+inline constexpr std::string_view kSubsets[] = {
+    ZVQ_FLOAT_TYPES(ZVQ_PAIRS_ROW_OF_TABLE) ZVQ_UNSIGNED_INT_TYPES(ZVQ_PAIRS_ROW_OF_TABLE)
+        ZVQ_SIGNED_INT_TYPES(ZVQ_PAIRS_ROW_OF_TABLE) ZVQ_DATETIME_TYPE(ZVQ_PAIRS_ROW_OF_TABLE)
+            ZVQ_TIME_KEY_TYPES(ZVQ_PAIRS_ROW_OF_TABLE)};
 #undef ZVQ_PAIRS_ROW_OF_TABLE
 #undef ZVQ_PAIRS_ROW_OF_COPY
 
 static_assert(std::size(kTable) == std::size(kCopy) && std::ranges::equal(kTable, kCopy),
               "ZVQ_NUMERIC_TYPES_WITH must list the rows of ZVQ_NUMERIC_TYPES");
+constexpr bool in_table(std::string_view row) { return std::ranges::find(kTable, row) != std::end(kTable); }
+static_assert(std::ranges::all_of(kSubsets, in_table), "every row of a subset list must be a row of ZVQ_NUMERIC_TYPES");
 
 }  // namespace zvq::pairs_check

@@ -8,7 +8,6 @@
 #pragma once
 
 #include <algorithm>
-#include <bit>
 #include <cstdint>
 #include <cstring>
 
@@ -81,27 +80,6 @@ struct TextCell {
 
 // ---- kernel ------------------------------------------------------------
 
-namespace detail {
-
-static_assert(std::endian::native == std::endian::little, "equal_repeats reads repeat bytes as words");
-
-// Number of leading runs, at most m, whose repeat bytes are equal on both
-// sides. `ltop`/`rtop` point one past the repeat byte of the first run; the
-// repeat bytes of later runs stand below it.
-inline uint32_t equal_repeats(const uint8_t* ltop, const uint8_t* rtop, uint32_t m) {
-    uint32_t k = 0;
-    while (k + 8 <= m) {
-        // The first run's byte is the highest address, the most significant
-        // byte of the word.
-        const uint64_t diff = load<uint64_t>(ltop - k - 8) ^ load<uint64_t>(rtop - k - 8);
-        if (diff != 0) return k + static_cast<uint32_t>(std::countl_zero(diff) >> 3);
-        k += 8;
-    }
-    while (k < m && *(ltop - k - 1) == *(rtop - k - 1)) ++k;
-    return k;
-}
-
-}  // namespace detail
 
 // One refill of r. Left is refilled before right, both before a value is
 // combined. Where both operands stand at the start of runs of equal length,
@@ -127,8 +105,7 @@ zvq_seq_status binary_next(Rec& r) {
         if (&left != &right && (left.run_pos | right.run_pos) == 0) {
             const uint32_t m = std::min({uint32_t{left.chunk_count} - left.chunk_pos,
                                          uint32_t{right.chunk_count} - right.chunk_pos, bound - i});
-            const uint32_t k = detail::equal_repeats(left.chunk + 4096u - left.chunk_pos,
-                                                     right.chunk + 4096u - right.chunk_pos, m);
+            const uint32_t k = equal_repeats(left, left.chunk_pos, right, right.chunk_pos, m);
             if (k != 0) {
                 Cell::put_many(r, i, left, left.chunk_pos, right, right.chunk_pos, k);
                 std::memcpy(repeat_block(r, i, k), repeat_block(left, left.chunk_pos, k), k);

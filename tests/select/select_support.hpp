@@ -1,0 +1,72 @@
+// Helpers of the selection tests: each member's constructors by type tag,
+// chunks from lists of values, and a drain of results made of runs of 1.
+#pragma once
+
+#include <gtest/gtest.h>
+
+#include <vector>
+
+#include "support/scripted_source.hpp"
+
+namespace zvq::test {
+
+using NumericTags = ::testing::Types<Uint1, Uint2, Uint4, Uint8, Int1, Int2, Int4, Int8, Float, Double, Datetime>;
+
+using UnionCtor = zvq_seq_status (*)(zvq_seq_iterator*, zvq_seq_iterator*, zvq_seq_iterator*, uint32_t);
+using UniqueCtor = zvq_seq_status (*)(zvq_seq_iterator*, zvq_seq_iterator*);
+using PosCtor = zvq_seq_status (*)(zvq_seq_iterator*, zvq_seq_iterator*, int32_t);
+
+// The constructors of a numeric member by type tag.
+template <class Tag>
+struct Fns;
+#define ZVQ_TEST_FNS(name, Tag, ctype)                              \
+    template <>                                                     \
+    struct Fns<Tag> {                                               \
+        static constexpr UnionCtor union_ = zvq_seq_union_##name;   \
+        static constexpr UniqueCtor unique = zvq_seq_unique_##name; \
+        static constexpr PosCtor cross = zvq_seq_cross_##name;      \
+        static constexpr PosCtor extrema = zvq_seq_extrema_##name;  \
+    };
+ZVQ_NUMERIC_TYPES(ZVQ_TEST_FNS)
+#undef ZVQ_TEST_FNS
+
+// The values of every chunk up to the first status other than SEQ_OK, which
+// goes to *last. Every run must have repeat 1 and next_pos must count them.
+template <class V>
+std::vector<V> singles_of(zvq_seq_iterator& r, zvq_seq_status* last = nullptr) {
+    std::vector<V> out;
+    for (const auto& run : drain_runs<V>(r, last)) {
+        EXPECT_EQ(run.repeat, 1);
+        out.push_back(run.value);
+    }
+    EXPECT_EQ(r.next_pos, out.size());
+    return out;
+}
+
+// One chunk of runs of 1 with the given values.
+template <class V, class T>
+Chunk<V> ones(std::initializer_list<T> values) {
+    Chunk<V> c;
+    for (T v : values) c.push_back({static_cast<V>(v), 1});
+    return c;
+}
+
+template <class V, class T>
+std::vector<V> vals(std::initializer_list<T> values) {
+    std::vector<V> out;
+    for (T v : values) out.push_back(static_cast<V>(v));
+    return out;
+}
+
+// The values as runs of `repeat`, n runs to a chunk; no chunk for none.
+template <class V>
+std::vector<Chunk<V>> chunks_of(const std::vector<V>& values, size_t n, uint8_t repeat = 1) {
+    std::vector<Chunk<V>> out;
+    for (size_t i = 0; i < values.size(); ++i) {
+        if (i % n == 0) out.emplace_back();
+        out.back().push_back({values[i], repeat});
+    }
+    return out;
+}
+
+}  // namespace zvq::test
