@@ -224,6 +224,7 @@ int main(void) {
     tour_running();
     tour_select();
     tour_text();
+    tour_hash();
     free(col);
 
     printf("\n%s\n", failures ? "FAILED" : "all results match the plain loops");

@@ -25,4 +25,7 @@ void tour_select(void);
 /* Text printed and parsed back, a LIKE filter, a caller's function. */
 void tour_text(void);
 
+/* A GROUP BY through the hash aggregates, whole and in merged parts (tour_hash.c). */
+void tour_hash(void);
+
 #endif

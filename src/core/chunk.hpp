@@ -140,6 +140,40 @@ inline void take_stepwise(Rec& r, uint32_t k) {
     }
 }
 
+// A reader's place in a record held in locals, for a loop that takes many
+// small steps through the chunk in hand: the same reading rule as take and
+// remainder, without a store to the record per step. store() writes the
+// place back; the loop must do so before it pulls or returns.
+class Cursor {
+   public:
+    explicit Cursor(Rec& r) : r_(r), count_(r.chunk_count), pos_(r.chunk_pos), run_pos_(r.run_pos) {}
+    bool exhausted() const { return pos_ >= count_; }
+    const Rec& rec() const { return r_; }
+    uint32_t pos() const { return pos_; }
+    uint8_t run_pos() const { return run_pos_; }
+    uint32_t runs_left() const { return count_ - pos_; }
+    uint8_t remainder() const { return static_cast<uint8_t>(repeat_at(r_, pos_) - run_pos_); }
+    void take(uint8_t k) {
+        run_pos_ = static_cast<uint8_t>(run_pos_ + k);
+        if (run_pos_ == repeat_at(r_, pos_)) {
+            run_pos_ = 0;
+            ++pos_;
+        }
+    }
+    // Whole runs, from a run's start.
+    void skip_runs(uint32_t m) { pos_ += m; }
+    void store() const {
+        r_.chunk_pos = static_cast<uint16_t>(pos_);
+        r_.run_pos = run_pos_;
+    }
+
+   private:
+    Rec& r_;
+    uint32_t count_;
+    uint32_t pos_;
+    uint8_t run_pos_;
+};
+
 // Copy n runs (values and repeat bytes) of src starting at run `from` to dst
 // starting at run `to`, in two blocks.
 inline void copy_runs(Rec& dst, uint32_t to, const Rec& src, uint32_t from, uint32_t n) {

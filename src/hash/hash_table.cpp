@@ -54,17 +54,6 @@ uint64_t grow_bound(uint64_t size) {
     return trunc_to_u64(static_cast<double>(size) * zvq_seq_hash_table_load_factor) - 1u;
 }
 
-KeyPlace find_key(const HashTable& t, uint64_t key, uint32_t hash, uint32_t width) {
-    HashEntry** link = &t.buckets[uint64_t{hash} % t.size];
-    for (HashEntry* e = *link; e != nullptr; e = *link) {
-        const int order = key_order(e->key, key, width);
-        if (order == 0) return {link, true};
-        if (order > 0) break;
-        link = &e->next;
-    }
-    return {link, false};
-}
-
 zvq_seq_status create_table(Rec* ctx, uint64_t size, HashTable** out) {
     void* header = zvq_seq_malloc(ctx, sizeof(HashTable));
     if (header == nullptr) return SEQ_NOMEM;
@@ -80,22 +69,9 @@ zvq_seq_status create_table(Rec* ctx, uint64_t size, HashTable** out) {
 }
 
 zvq_seq_status grow_table(Rec* ctx, HashTable& t, uint32_t width, uint64_t& grow_at) {
-    const uint64_t size = next_table_size(t.size);
-    auto* buckets = static_cast<HashEntry**>(zvq_seq_malloc(ctx, bucket_bytes(size)));
-    if (buckets == nullptr) return SEQ_NOMEM;
-    zvq_memnull(buckets, bucket_bytes(size));
-    for (uint64_t b = 0; b < t.size; ++b) {
-        for (HashEntry* e = t.buckets[b]; e != nullptr;) {
-            HashEntry* const following = e->next;
-            link_sorted(buckets, size, e, width);
-            e = following;
-        }
-    }
-    zvq_seq_free(ctx, t.buckets, bucket_bytes(t.size));
-    t.size = size;
-    t.buckets = buckets;
-    grow_at = grow_bound(size);
-    return SEQ_OK;
+    return rebucket<HashEntry>(ctx, t, grow_at, [width](HashEntry** buckets, uint64_t size, HashEntry* e) {
+        link_sorted(buckets, size, e, width);
+    });
 }
 
 uint8_t* push_block(Rec* ctx, HashTable& t) {

@@ -8,7 +8,8 @@
 // an entry keeps its hash, so growth and merging move pointers and never hash
 // again.
 //
-// A builder of a hash aggregate works like this:
+// A builder of a hash aggregate works like this (hash_agg.hpp has the one
+// build loop of the hash aggregates, which hashes its keys in windows):
 //
 //     if (auto s = check_key_width(keys)) return s;          // in the constructor
 //     st.table_size = table_size_for(requested);             // in the constructor
@@ -110,6 +111,15 @@ uint64_t grow_bound(uint64_t size);
 inline const void* key_bytes(uint64_t word) { return reinterpret_cast<const void*>(static_cast<uintptr_t>(word)); }
 inline uint64_t key_word(const void* p) { return static_cast<uint64_t>(reinterpret_cast<uintptr_t>(p)); }
 
+// The word of the key (or value) of `width` bytes at p: its bytes
+// zero-extended, or p itself for a wide one, valid while p is.
+inline uint64_t word_at(const uint8_t* p, uint32_t width) {
+    if (width > kInlineKeyWidth) return key_word(p);
+    uint64_t word = 0;
+    std::memcpy(&word, p, width);
+    return word;
+}
+
 // Negative when the entry's key is below the sought key, 0 when equal.
 // Narrow keys compare by the sign of the wrapped difference, which is neither
 // the signed nor the unsigned order: keys 2^63 or more apart compare the
@@ -136,8 +146,38 @@ struct KeyPlace {
     bool found;
 };
 
-// Walks the sorted chain of hash modulo size; stops at the first key not below.
-KeyPlace find_key(const HashTable& t, uint64_t key, uint32_t hash, uint32_t width);
+// Walks a sorted chain from its head link; stops at the first key not below.
+inline KeyPlace find_in_chain(HashEntry** link, uint64_t key, uint32_t width) {
+    for (HashEntry* e = *link; e != nullptr; e = *link) {
+        const int order = key_order(e->key, key, width);
+        if (order == 0) return {link, true};
+        if (order > 0) break;
+        link = &e->next;
+    }
+    return {link, false};
+}
+
+// The chain of hash modulo size.
+inline KeyPlace find_key(const HashTable& t, uint64_t key, uint32_t hash, uint32_t width) {
+    return find_in_chain(&t.buckets[uint64_t{hash} % t.size], key, width);
+}
+
+// hash % size without a division (Lemire's fastmod), for the sizes of the
+// ladder, which are below 2^32. The division is what a build would
+// otherwise wait for on every run.
+class BucketOf {
+   public:
+    explicit BucketOf(uint64_t size = 1) : size_(static_cast<uint32_t>(size)), m_(~uint64_t{0} / size_ + 1) {}
+    uint64_t size() const { return size_; }
+    uint64_t operator()(uint32_t hash) const {
+        const uint64_t low = m_ * hash;
+        return static_cast<uint64_t>((static_cast<unsigned __int128>(low) * size_) >> 64);
+    }
+
+   private:
+    uint32_t size_;
+    uint64_t m_;
+};
 
 // ---- whole tables --------------------------------------------------------
 
@@ -149,12 +189,42 @@ zvq_seq_status create_table(Rec* ctx, uint64_t size, HashTable** out);
 // its stored hash. 52 leaves the table as it was.
 zvq_seq_status grow_table(Rec* ctx, HashTable& t, uint32_t width, uint64_t& grow_at);
 
+// The growth step of any table whose entries are 40-byte records with next at
+// the same place: a cleared bucket array of the next size, every entry handed
+// to link(buckets, size, entry) in old bucket order, the old array given back.
+// Group tables link in sorted place; tables of other entries say how.
+template <class Entry, class Link>
+zvq_seq_status rebucket(Rec* ctx, HashTable& t, uint64_t& grow_at, Link&& link);
+
 // Puts a new 40968-byte block at the head of the block list; null on no
 // memory. Returns the block's payload, past the link word.
 uint8_t* push_block(Rec* ctx, HashTable& t);
 
 // Appends src's blocks to dst's list and leaves src with none.
 void splice_blocks(HashTable& dst, HashTable& src);
+
+template <class Entry, class Link>
+zvq_seq_status rebucket(Rec* ctx, HashTable& t, uint64_t& grow_at, Link&& link) {
+    static_assert(sizeof(Entry) == sizeof(HashEntry));
+    const uint64_t size = next_table_size(t.size);
+    const uint64_t bytes = size * sizeof(Entry*);
+    auto* buckets = static_cast<Entry**>(zvq_seq_malloc(ctx, bytes));
+    if (buckets == nullptr) return SEQ_NOMEM;
+    zvq_memnull(buckets, bytes);
+    Entry** const old = reinterpret_cast<Entry**>(t.buckets);
+    for (uint64_t b = 0; b < t.size; ++b) {
+        for (Entry* e = old[b]; e != nullptr;) {
+            Entry* const following = e->next;
+            link(buckets, size, e);
+            e = following;
+        }
+    }
+    zvq_seq_free(ctx, t.buckets, t.size * sizeof(Entry*));
+    t.size = size;
+    t.buckets = reinterpret_cast<HashEntry**>(buckets);
+    grow_at = grow_bound(size);
+    return SEQ_OK;
+}
 
 // Gives back every block, the buckets and the header. ctx is only handed to
 // the free hook.
@@ -183,6 +253,12 @@ class TableBuilder {
     HashKey load_key(const uint8_t* bytes);
 
     KeyPlace find(const HashKey& k) const { return find_key(*table_, k.word, k.hash, width_); }
+
+    // The chain of a bucket that the caller computed for the table's present
+    // size, as a build that hashes its keys in batches does.
+    KeyPlace find_in_bucket(uint64_t bucket, uint64_t word) const {
+        return find_in_chain(&table_->buckets[bucket], word, width_);
+    }
 
     // Steps 1 to 3 of an insertion: a new entry linked in at place. The
     // place must come from find on this table with no change since.

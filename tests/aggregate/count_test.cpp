@@ -1,7 +1,6 @@
 // agg_count and agg_count_not_null: the walk by chunks, the short ways of
 // sources that know their size, and null flags.
 #include "agg_support.hpp"
-#include "hash/hash_table.hpp"
 
 namespace zvq::test {
 namespace {
@@ -35,15 +34,7 @@ TEST(Count, WalksChunksAndSwallowsFailures) {
 }
 
 TEST(Count, SourcesThatKnowTheirSizeAreAskedNotRead) {
-    const int32_t items[5] = {1, 2, 3, 4, 5};
-    // A stand-in hash aggregate, known by its reset and publishing a table.
-    HashTable table{};
-    table.count = 42;
-    HashPair pair{};
-    pair.table = &table;
-    zvq_seq_iterator hash{};
-    hash.reset = zvq_seq_hash_agg_reset;
-    state_of<HashAggState>(hash).pair = &pair;
+    const int32_t items[5] = {4, 1, 4, 9, 1};
     for (Ctor ctor : kCounts) {
         zvq_seq_iterator src{};
         ASSERT_EQ(zvq_seq_unget_int4(&src, items, 5), SEQ_OK);
@@ -52,11 +43,18 @@ TEST(Count, SourcesThatKnowTheirSizeAreAskedNotRead) {
         ASSERT_EQ(zvq_seq_unget_int4(&src, items, 0), SEQ_OK);
         EXPECT_EQ(count_of(ctor, &src, true), 0u);  // all ones plus one
 
-        // The table's count after one pull that succeeds, else 0.
-        hash.next = [](zvq_seq_iterator*) -> zvq_seq_status { return SEQ_OK; };
-        EXPECT_EQ(count_of(ctor, &hash, true), 42u);
-        hash.next = [](zvq_seq_iterator*) -> zvq_seq_status { return SEQ_NOMEM; };
-        EXPECT_EQ(count_of(ctor, &hash, true), 0u);
+        // A hash aggregate: its table's count of groups once a pull has
+        // built it; 0 when that pull fails.
+        zvq_seq_iterator agg{}, grp{};
+        ASSERT_EQ(zvq_seq_unget_int4(&src, items, 5), SEQ_OK);
+        ASSERT_EQ(zvq_seq_hash_agg_count(&agg, &grp, &src, 0), SEQ_OK);
+        EXPECT_EQ(count_of(ctor, &agg, true), 3u);
+        EXPECT_EQ(zvq_seq_free_hash(&agg), 1u);
+        auto failing = Script::of<Int4>({{{4, 2}}}).fail_at(0, SEQ_NOMEM);
+        ASSERT_EQ(zvq_seq_hash_agg_count(&agg, &grp, failing.rec(), 0), SEQ_OK);
+        EXPECT_EQ(count_of(ctor, &agg, true), 0u);
+        EXPECT_EQ(agg.next(&agg), SEQ_OK);  // builds again, giving the failed table back
+        EXPECT_EQ(zvq_seq_free_hash(&agg), 1u);
     }
 }
 

@@ -1,0 +1,111 @@
+// The folds of the hash aggregate families: max, min, sum and avg of a value
+// per key, and the count of elements per key. Max and min are the
+// whole-sequence rules themselves; sum and avg differ from those in how a
+// run's product is formed.
+#pragma once
+
+#include <cstring>
+
+#include "aggregate/whole_rules.hpp"
+#include "hash/hash_agg.hpp"
+
+namespace zvq {
+
+// v times n for a hash group: an integer is widened to 64 bits before the
+// multiplication (a 4-byte product does not wrap at 32 bits as in a
+// whole-sequence sum); a float run still multiplies in single precision.
+template <class Tag>
+inline wide_t<Tag> widened_product(value_t<Tag> v, uint8_t n) {
+    if constexpr (is_floating<Tag>)
+        return run_product<Tag>(v, n);
+    else
+        return wrap_mul<wide_t<Tag>>(static_cast<wide_t<Tag>>(v), n);
+}
+
+template <class T>
+struct HashSum : Sum<T> {
+    using typename Sum<T>::In;
+    using typename Sum<T>::Acc;
+    static void seed(Acc& a, double&, In v, uint8_t n) { a = widened_product<T>(v, n); }
+    static void fold(Acc& a, double&, In v, uint8_t n) { a = Sum<T>::add(a, widened_product<T>(v, n)); }
+};
+
+// The product of a signed value becomes a double as an unsigned number, so a
+// negative value adds about 2^64: that is this family's average, kept so.
+template <class T>
+struct HashAvg : Avg<T> {
+    using typename Avg<T>::In;
+    using typename Avg<T>::Acc;
+    static Acc widen(In v, uint8_t n) {
+        const wide_t<T> p = widened_product<T>(v, n);
+        if constexpr (is_signed_int<T>)
+            return static_cast<double>(static_cast<uint64_t>(p));
+        else
+            return static_cast<Acc>(p);
+    }
+    static void seed(Acc& a, double&, In v, uint8_t n) { a = widen(v, n); }
+    static void fold(Acc& a, double&, In v, uint8_t n) { a = Avg<T>::add(a, widen(v, n)); }
+};
+
+// A fold rule of the whole-sequence kind applied to an entry: the
+// accumulator lives at the low end of the agg word, count counts elements.
+// No hash family keeps squares, so the rule's squares are a discarded local.
+template <class Rule>
+struct ValueFold {
+    using In = typename Rule::In;
+    using Acc = typename Rule::Acc;
+    using OutTag = typename Rule::Out;
+    static constexpr bool kReadsValues = true;
+    static constexpr bool kValuesFirst = false;
+
+    static Acc acc(const HashEntry& e) {
+        Acc a;
+        std::memcpy(&a, &e.agg, sizeof a);
+        return a;
+    }
+    static void set_acc(HashEntry& e, Acc a) { std::memcpy(&e.agg, &a, sizeof a); }
+
+    static zvq_seq_status first(TableBuilder&, HashEntry& e, const Rec* values, uint32_t slot, uint8_t n) {
+        Acc a{};
+        double squares = 0.0;
+        Rule::seed(a, squares, value_at<In>(*values, slot), n);
+        set_acc(e, a);
+        e.count = n;
+        return SEQ_OK;
+    }
+    static zvq_seq_status fold(HashEntry& e, const Rec* values, uint32_t slot, uint8_t n) {
+        Acc a = acc(e);
+        double squares = 0.0;
+        Rule::fold(a, squares, value_at<In>(*values, slot), n);
+        set_acc(e, a);
+        e.count += n;
+        return SEQ_OK;
+    }
+    static void combine(HashEntry& into, const HashEntry& from) {
+        Acc a = acc(into);
+        Rule::merge(a, acc(from));
+        set_acc(into, a);
+        into.count += from.count;
+    }
+    static value_t<OutTag> result(const HashEntry& e) { return Rule::result(acc(e), 0.0, e.count); }
+};
+
+// Elements per key. The value operand, if any, only cuts the runs and ends
+// the build; its values are never read.
+struct CountFold {
+    using OutTag = Uint8;
+    static constexpr bool kReadsValues = false;
+    static constexpr bool kValuesFirst = false;
+    static zvq_seq_status first(TableBuilder&, HashEntry& e, const Rec*, uint32_t, uint8_t n) {
+        e.count = n;
+        return SEQ_OK;
+    }
+    static zvq_seq_status fold(HashEntry& e, const Rec*, uint32_t, uint8_t n) {
+        e.count += n;
+        return SEQ_OK;
+    }
+    static void combine(HashEntry& into, const HashEntry& from) { into.count += from.count; }
+    static uint64_t result(const HashEntry& e) { return e.count; }
+};
+
+}  // namespace zvq
