@@ -56,12 +56,16 @@ struct KeyStore {
 // their bits at the key operand's chunk_pos (a float key too: 0.0 and -0.0
 // differ, equal NaNs are equal); the last one is held in a register during a
 // call. Other widths compare through zvq_memcmp at the slot the caller
-// names, which group_next takes from the count of results of the call.
+// names, which group_next takes from the count of results of the call;
+// keys read as Words instead compare their first 8 bytes as one word.
+enum class OtherWidths { Wide, Words };
+
 class GroupKeys {
    public:
-    GroupKeys(const KeyStore& store, uint16_t width)
-        : store_(store), width_(width), mask_(width >= 8 ? ~uint64_t{0} : (uint64_t{1} << (8 * width)) - 1) {
-        if (narrow()) std::memcpy(&last_, store_.narrow, width_);
+    GroupKeys(const KeyStore& store, uint16_t width, OtherWidths other = OtherWidths::Wide)
+        : store_(store), width_(width), kept_(word_bytes(width, other)),
+          mask_(kept_ >= 8 ? ~uint64_t{0} : (uint64_t{1} << (8 * kept_)) - 1) {
+        if (narrow()) std::memcpy(&last_, store_.narrow, kept_);
     }
 
     bool fits() const { return narrow() || width_ <= store_.room; }
@@ -98,22 +102,29 @@ class GroupKeys {
     }
 
     void save() const {
-        if (narrow()) std::memcpy(store_.narrow, &last_, width_);
+        if (narrow()) std::memcpy(store_.narrow, &last_, kept_);
     }
 
    private:
-    bool narrow() const { return width_ == 1 || width_ == 2 || width_ == 4 || width_ == 8; }
+    // Bytes a key keeps in a word; 0 for a key compared in place.
+    static uint16_t word_bytes(uint16_t width, OtherWidths other) {
+        if (width == 1 || width == 2 || width == 4 || width == 8) return width;
+        return other == OtherWidths::Words ? 8 : 0;
+    }
+    bool narrow() const { return kept_ != 0; }
 
     // A word read at the slot and masked to the key's bytes (the low bytes:
     // the layout is little-endian), so that no branch takes the width. It
-    // stays inside the chunk, whose repeat bytes follow the last slot.
+    // stays inside the chunk: the repeat bytes, at least one per slot,
+    // follow the last slot, and a slot of 8 bytes or more holds the word.
     uint64_t narrow_key(const Rec& keys, uint32_t pos) const {
         return load<uint64_t>(keys.chunk + size_t{pos} * width_) & mask_;
     }
 
     KeyStore store_;
     uint16_t width_;
-    uint64_t mask_;  // the low width_ bytes of a word
+    uint16_t kept_;
+    uint64_t mask_;  // the low kept_ bytes of a word
     uint64_t last_ = 0;
 };
 
