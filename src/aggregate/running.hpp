@@ -44,14 +44,12 @@ zvq_seq_status emit_per_element(Rec& r, Stepper& stepper) {
         o += n;
     };
     while (o < cap) {
-        if (exhausted(op)) {
-            const zvq_seq_status s = pull(op);
-            if (s == SEQ_END && o != 0) break;
-            if (s != SEQ_OK) {
-                stepper = step;
-                return s;
-            }
+        bool closes;
+        if (const zvq_seq_status s = refill_or_close(op, o, closes)) {
+            stepper = step;
+            return s;
         }
+        if (closes) break;
         // Whole runs that fit, with the read position in a local; a stretch
         // of distinct values goes through a plain loop over the values.
         if (op.run_pos == 0) {

@@ -88,6 +88,15 @@ inline zvq_seq_status pull(Rec& r) {
 // Step 1 of the reading rule: pull only when the chunk is used up.
 inline zvq_seq_status refill(Rec& r) { return exhausted(r) ? pull(r) : SEQ_OK; }
 
+// Step 1 for a producer that has written `written` results of its chunk:
+// the operand's end then closes the chunk (`closes` set, SEQ_OK returned)
+// rather than end the call; any other status but SEQ_OK is the call's.
+inline zvq_seq_status refill_or_close(Rec& r, uint32_t written, bool& closes) {
+    const zvq_seq_status s = refill(r);
+    closes = s == SEQ_END && written != 0;
+    return closes ? SEQ_OK : s;
+}
+
 template <class V>
 inline V current(const Rec& r) {
     return value_at<V>(r, r.chunk_pos);

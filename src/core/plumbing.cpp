@@ -215,11 +215,9 @@ zvq_seq_status rle_decode_next(Rec& r) {
     if (limit == 0) return SEQ_END;
     uint32_t i = 0;
     for (;;) {
-        if (exhausted(op)) {
-            const zvq_seq_status s = pull(op);
-            if (s == SEQ_END && i != 0) break;
-            if (s != SEQ_OK) return s;
-        }
+        bool closes;
+        if (const zvq_seq_status s = refill_or_close(op, i, closes)) return s;
+        if (closes) break;
         std::memcpy(r.chunk + i * w, op.chunk + op.chunk_pos * w, w);
         take(op, 1);
         if (++i == limit) break;
@@ -253,11 +251,9 @@ zvq_seq_status skip_nan_next(Rec& r) {
     Rec& op = *r.operand[0];
     uint32_t i = 0;
     while (i < capacity<Tag>) {
-        if (exhausted(op)) {
-            const zvq_seq_status s = pull(op);
-            if (s == SEQ_END && i != 0) break;
-            if (s != SEQ_OK) return s;
-        }
+        bool closes;
+        if (const zvq_seq_status s = refill_or_close(op, i, closes)) return s;
+        if (closes) break;
         const V v = current<V>(op);
         if (!std::isnan(v)) {
             set_value<V>(r, i, v);

@@ -194,11 +194,9 @@ zvq_seq_status print_next(Rec& r) {
     const char* format = state_of<PrintState>(r).print_format;
     const uint32_t cap = char_capacity(r.elem_size);
     for (uint32_t i = 0; i < cap; ++i) {
-        if (exhausted(op)) {
-            const zvq_seq_status s = pull(op);
-            if (s == SEQ_END && i != 0) break;
-            if (s != SEQ_OK) return s;
-        }
+        bool closes;
+        if (const zvq_seq_status s = refill_or_close(op, i, closes)) return s;
+        if (closes) break;
         if (zvq_seq_status s = format_slot(slot_ptr(r, i), r.elem_size, format, tuple_of(op))) return s;
     }
     r.next_pos += cap;

@@ -34,11 +34,9 @@ zvq_seq_status diff_next(Rec& r) {
     DiffState<Tag>& st = state_of<DiffState<Tag>>(r);
     uint32_t i = 0;
     while (i < capacity<Tag>) {
-        if (exhausted(op)) {
-            const zvq_seq_status s = pull(op);
-            if (s == SEQ_END && i != 0) break;
-            if (s != SEQ_OK) return s;
-        }
+        bool closes;
+        if (const zvq_seq_status s = refill_or_close(op, i, closes)) return s;
+        if (closes) break;
         if (r.next_pos == 0) st.diff_prev = value_at<V>(op, 0);  // the first difference is 0
         if (op.run_pos == 0) {
             const V v = current<V>(op);

@@ -40,11 +40,9 @@ zvq_seq_status unary_cell_next(Rec& r) {
     Rec& op = *r.operand[0];
     uint32_t i = 0;
     while (i < cap) {
-        if (exhausted(op)) {
-            const zvq_seq_status s = pull(op);
-            if (s == SEQ_END && i != 0) break;
-            if (s != SEQ_OK) return s;
-        }
+        bool closes;
+        if (const zvq_seq_status s = refill_or_close(op, i, closes)) return s;
+        if (closes) break;
         const uint32_t from = op.chunk_pos;
         const uint32_t k = std::min<uint32_t>(cap - i, op.chunk_count - from);
         Cell::put_many(r, i, op, from, k);

@@ -24,11 +24,9 @@ zvq_seq_status scan_positions(Rec& r) {
     Rule rule(r);
     uint32_t count = 0;
     while (count < kPositionCapacity) {
-        if (exhausted(op)) {
-            const zvq_seq_status s = pull(op);
-            if (s == SEQ_END && count != 0) break;
-            if (s != SEQ_OK) return s;
-        }
+        bool closes;
+        if (const zvq_seq_status s = refill_or_close(op, count, closes)) return s;
+        if (closes) break;
         uint32_t j = op.chunk_pos;
         const uint32_t n = op.chunk_count;
         for (; j < n && count < kPositionCapacity; ++j) {

@@ -275,9 +275,7 @@ extern "C" {
 ZVQ_NUMERIC_TYPES(ZVQ_TOP_MAX)
 ZVQ_NUMERIC_TYPES(ZVQ_TOP_MIN)
 
-zvq_seq_status zvq_seq_top_pos_reset(zvq_seq_iterator* it) {
-    zvq_seq_free_buffer(it);
-    return zvq_seq_reset_unary_iterator(it);
-}
+// A long position list lives in the record's buffer, as order_by's input does.
+zvq_seq_status zvq_seq_top_pos_reset(zvq_seq_iterator* it) { return zvq_seq_order_by_reset(it); }
 
 }  // extern "C"
