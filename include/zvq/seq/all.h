@@ -23,6 +23,7 @@
 #include "zvq/seq/hash_dup_count.h"
 #include "zvq/seq/hash_table.h"
 #include "zvq/seq/select_align.h"
+#include "zvq/seq/select_argsort.h"
 #include "zvq/seq/select_filter.h"
 #include "zvq/seq/select_merge.h"
 #include "zvq/seq/select_sort.h"
