@@ -27,5 +27,6 @@
 #include "zvq/seq/select_filter.h"
 #include "zvq/seq/select_merge.h"
 #include "zvq/seq/select_sort.h"
+#include "zvq/seq/select_take.h"
 #include "zvq/seq/select_top.h"
 #endif
