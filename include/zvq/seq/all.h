@@ -14,6 +14,7 @@
 #include "zvq/seq/elementwise_binary.h"
 #include "zvq/seq/elementwise_callback.h"
 #include "zvq/seq/elementwise_conditional.h"
+#include "zvq/seq/elementwise_like.h"
 #include "zvq/seq/elementwise_match.h"
 #include "zvq/seq/elementwise_parse_print.h"
 #include "zvq/seq/elementwise_series.h"
