@@ -11,6 +11,7 @@
 #include "zvq/seq/core_host.h"
 #include "zvq/seq/core_reverse.h"
 #include "zvq/seq/core_sources.h"
+#include "zvq/seq/core_split.h"
 #include "zvq/seq/elementwise_binary.h"
 #include "zvq/seq/elementwise_callback.h"
 #include "zvq/seq/elementwise_conditional.h"
