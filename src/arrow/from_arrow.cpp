@@ -172,7 +172,7 @@ int ends_format(const char* f) {
 constexpr uint64_t kMaxLength = uint64_t{1} << 62;  // offsets plus lengths stay far from overflow
 
 bool live(const ArrowSchema* s, const ArrowArray* a) {
-    return s != nullptr && a != nullptr && s->format != nullptr && a->release != nullptr;
+    return s != nullptr && a != nullptr && s->format != nullptr && s->release != nullptr && a->release != nullptr;
 }
 
 // No nulls: a null count of 0, or unknown (-1) with no validity buffer.

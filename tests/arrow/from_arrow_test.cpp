@@ -195,6 +195,7 @@ TEST(FromArrow, RefusalsBindNothing) {
     const Case cases[] = {
         {"fine", SEQ_OK, [](RunEnd&) {}},
         {"released", SEQ_BAD_ARGUMENT, [](RunEnd& x) { x.array.release = nullptr; }},
+        {"released schema", SEQ_BAD_ARGUMENT, [](RunEnd& x) { x.schema.release = nullptr; }},
         {"nulls", SEQ_NOT_SUPPORTED, [](RunEnd& x) { x.values_array.null_count = 1; }},
         {"dictionary", SEQ_NOT_SUPPORTED, [](RunEnd& x) { x.values.dictionary = &x.values; }},
         {"values format", SEQ_NOT_SUPPORTED, [](RunEnd& x) { x.values.format = "u"; }},
