@@ -45,6 +45,27 @@ inline bits_t<V> bits_of(V v) {
     return std::bit_cast<bits_t<V>>(v);
 }
 
+inline constexpr uint32_t kCopyBlock = 256;
+inline constexpr uint32_t kCompareBlock = 8;
+
+// How many of the n steps from slot i on (slot i + k to i + k + 1) join
+// values with different bits: compared a block at a time, without an early
+// exit inside a block, so that the comparisons run side by side.
+template <class V>
+inline uint32_t distinct_prefix(const Rec& r, uint32_t i, uint32_t n) {
+    const uint8_t* at = r.chunk + static_cast<size_t>(i) * sizeof(V);
+    uint32_t k = 0;
+    for (; k + kCompareBlock <= n; k += kCompareBlock) {
+        bits_t<V> w[kCompareBlock + 1];
+        std::memcpy(w, at + static_cast<size_t>(k) * sizeof(V), sizeof w);
+        uint32_t equal = 0;
+        for (uint32_t j = 0; j < kCompareBlock; ++j) equal |= w[j] == w[j + 1];
+        if (equal != 0) break;
+    }
+    while (k < n && bits_of(value_at<V>(r, i + k)) != bits_of(value_at<V>(r, i + k + 1))) ++k;
+    return k;
+}
+
 // Folds elements [pos, end) of `values` into runs of the chunk, at most `cap`
 // runs of at most 255 each. Stops with pos on the first element that would
 // open run number cap. Returns the runs written; next_pos is the caller's.
@@ -54,7 +75,30 @@ inline uint32_t fold_runs(Rec& r, uint32_t cap, const Values& values, uint64_t& 
     uint32_t count = 0;
     bits_t<V> cur{};
     uint64_t p = pos;
+    uint64_t scalar_until = p;  // after a stretch found early, go one by one for a while
     while (p < end) {
+        if constexpr (std::is_same_v<Values, PlainValues<V>>) {
+            // Distinct values, the common case of an unsorted column, as unget
+            // takes them: a block copied into the slots behind the open single
+            // run, then the neighbours compared there; the distinct prefix
+            // stays, each run closing with repeat 1.
+            if (count == 1 && p >= scalar_until) {
+                const uint64_t room = std::min<uint64_t>(cap - 1 - i, end - p);
+                const uint32_t n = static_cast<uint32_t>(std::min<uint64_t>(room, kCopyBlock));
+                if (n >= kCompareBlock) {
+                    std::memcpy(r.chunk + (i + 1) * sizeof(V), values.base + p * sizeof(V), n * sizeof(V));
+                    const uint32_t m = distinct_prefix<V>(r, i, n);
+                    std::memset(repeat_block(r, i, m), 1, m);
+                    i += m;
+                    p += m;
+                    cur = bits_of(value_at<V>(r, i));
+                    // A stretch found at once: runs are short here, one by one
+                    // for a block rather than copy for nothing.
+                    if (m < 2 * kCompareBlock && m < n) scalar_until = p + kCopyBlock;
+                    continue;
+                }
+            }
+        }
         const V v = values(p);
         const bits_t<V> b = bits_of(v);
         if (b == cur && count - 1u < 254u) {  // count in [1, 254]

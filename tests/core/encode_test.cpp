@@ -92,6 +92,32 @@ TEST(Encode, ExactRunsAndChunkEdges) {
     EXPECT_EQ(chunks[1], (Chunk<int32_t>{{-1, 255}, {-1, 90}}));
 }
 
+// Long distinct stretches go a block at a time, short runs one by one; a
+// mix of both (runs of 1 to 4, now and then 300) must fold exactly.
+TEST(Encode, MixedStretchesFoldExactly) {
+    std::vector<int64_t> data;
+    uint64_t x = 88172645463325252ull;
+    int64_t v = 0;
+    while (data.size() < 50000) {
+        x ^= x << 13, x ^= x >> 7, x ^= x << 17;
+        const size_t len = x % 97 == 0 ? 300 : x % 5 < 3 ? 1 : 1 + x % 4;
+        v += 1 + static_cast<int64_t>(x % 3);
+        data.insert(data.end(), len, v);
+    }
+    zvq_seq_iterator r{};
+    ASSERT_EQ(zvq_seq_encode_int8(&r, data.data(), data.size()), SEQ_OK);
+    const auto runs = drain_runs<int64_t>(r);
+    EXPECT_EQ(expand(runs), data);
+    size_t folded = 0;
+    for (size_t k = 1; k < runs.size(); ++k) {
+        if (runs[k].value == runs[k - 1].value) {
+            EXPECT_EQ(runs[k - 1].repeat, 255) << k;
+            ++folded;
+        }
+    }
+    EXPECT_GT(folded, 0u);  // some 300s were met
+}
+
 TEST(Encode, FoldsByBitsNotByValue) {
     const double nan = std::numeric_limits<double>::quiet_NaN();
     const std::vector<double> data = {0.0, -0.0, -0.0, nan, nan, 1.0};
