@@ -11,6 +11,11 @@
 #include <bit>
 #include <cstdint>
 #include <cstring>
+#include <iterator>
+
+#if defined(__SSE2__)
+#include <emmintrin.h>
+#endif
 
 #include "core/record.hpp"
 
@@ -46,22 +51,50 @@ inline bits_t<V> bits_of(V v) {
 }
 
 inline constexpr uint32_t kCopyBlock = 256;
-inline constexpr uint32_t kCompareBlock = 8;
+inline constexpr uint32_t kCompareBytes = 64;
+
+// Whether any of the 64 / sizeof(V) values from `at` on has the same bits
+// as the value behind it (reading one value past the block).
+template <class V>
+inline bool any_equal_neighbour(const uint8_t* at) {
+    constexpr size_t s = sizeof(V);
+#if defined(__SSE2__)
+    __m128i hits = _mm_setzero_si128();
+    for (size_t b = 0; b < kCompareBytes; b += 16) {
+        const __m128i x = _mm_loadu_si128(reinterpret_cast<const __m128i*>(at + b));
+        const __m128i y = _mm_loadu_si128(reinterpret_cast<const __m128i*>(at + b + s));
+        __m128i eq;
+        if constexpr (s == 1)
+            eq = _mm_cmpeq_epi8(x, y);
+        else if constexpr (s == 2)
+            eq = _mm_cmpeq_epi16(x, y);
+        else if constexpr (s == 4)
+            eq = _mm_cmpeq_epi32(x, y);
+        else {  // both halves of a 64-bit lane
+            const __m128i e = _mm_cmpeq_epi32(x, y);
+            eq = _mm_and_si128(e, _mm_shuffle_epi32(e, _MM_SHUFFLE(2, 3, 0, 1)));
+        }
+        hits = _mm_or_si128(hits, eq);
+    }
+    return _mm_movemask_epi8(hits) != 0;
+#else
+    bits_t<V> w[kCompareBytes / s + 1];
+    std::memcpy(w, at, sizeof w);
+    bool equal = false;
+    for (size_t j = 0; j + 1 < std::size(w); ++j) equal |= w[j] == w[j + 1];
+    return equal;
+#endif
+}
 
 // How many of the n steps from slot i on (slot i + k to i + k + 1) join
-// values with different bits: compared a block at a time, without an early
-// exit inside a block, so that the comparisons run side by side.
+// values with different bits: 64 bytes of values compared at once, then the
+// block with an equal pair one by one.
 template <class V>
 inline uint32_t distinct_prefix(const Rec& r, uint32_t i, uint32_t n) {
+    constexpr uint32_t per_block = kCompareBytes / sizeof(V);
     const uint8_t* at = r.chunk + static_cast<size_t>(i) * sizeof(V);
     uint32_t k = 0;
-    for (; k + kCompareBlock <= n; k += kCompareBlock) {
-        bits_t<V> w[kCompareBlock + 1];
-        std::memcpy(w, at + static_cast<size_t>(k) * sizeof(V), sizeof w);
-        uint32_t equal = 0;
-        for (uint32_t j = 0; j < kCompareBlock; ++j) equal |= w[j] == w[j + 1];
-        if (equal != 0) break;
-    }
+    while (k + per_block <= n && !any_equal_neighbour<V>(at + static_cast<size_t>(k) * sizeof(V))) k += per_block;
     while (k < n && bits_of(value_at<V>(r, i + k)) != bits_of(value_at<V>(r, i + k + 1))) ++k;
     return k;
 }
@@ -85,16 +118,21 @@ inline uint32_t fold_runs(Rec& r, uint32_t cap, const Values& values, uint64_t& 
             if (count == 1 && p >= scalar_until) {
                 const uint64_t room = std::min<uint64_t>(cap - 1 - i, end - p);
                 const uint32_t n = static_cast<uint32_t>(std::min<uint64_t>(room, kCopyBlock));
-                if (n >= kCompareBlock) {
+                if (n >= kCompareBytes / sizeof(V)) {
                     std::memcpy(r.chunk + (i + 1) * sizeof(V), values.base + p * sizeof(V), n * sizeof(V));
                     const uint32_t m = distinct_prefix<V>(r, i, n);
                     std::memset(repeat_block(r, i, m), 1, m);
                     i += m;
                     p += m;
                     cur = bits_of(value_at<V>(r, i));
-                    // A stretch found at once: runs are short here, one by one
-                    // for a block rather than copy for nothing.
-                    if (m < 2 * kCompareBlock && m < n) scalar_until = p + kCopyBlock;
+                    if (m < n) {
+                        // Step m joined equal values: the element at p extends
+                        // the open run. Found at once, runs are short here: one
+                        // by one for a block rather than copy for nothing.
+                        ++count;
+                        ++p;
+                        if (m < 2 * kCompareBytes / sizeof(V)) scalar_until = p + kCopyBlock;
+                    }
                     continue;
                 }
             }
