@@ -30,7 +30,7 @@ duckdb: $(DUCKDB_LIB)
 $(DUCKDB_LIB):
 	@command -v npm >/dev/null || { echo "npm not found: cannot fetch DuckDB"; exit 1; }
 	rm -rf build/duckdb.tmp && mkdir -p build/duckdb.tmp build/duckdb
-	cd build/duckdb.tmp && timeout 300 npm pack --silent @duckdb/node-bindings-linux-x64@$(DUCKDB_VERSION) >/dev/null \
+	cd build/duckdb.tmp && timeout 120 npm pack --silent @duckdb/node-bindings-linux-x64@$(DUCKDB_VERSION) >/dev/null \
 		&& tar xzf duckdb-node-bindings-linux-x64-*.tgz package/libduckdb.so
 	mv build/duckdb.tmp/package/libduckdb.so $(DUCKDB_LIB) && rm -rf build/duckdb.tmp
 
