@@ -4,7 +4,7 @@ comma := ,
 JOBS ?= $(shell nproc)
 CMAKE ?= cmake
 
-.PHONY: all demo test asan bench fuzz check-api install clean
+.PHONY: all demo test asan bench fuzz check-api install clean duckdb
 
 all: test
 
@@ -16,8 +16,23 @@ demo: build/CMakeCache.txt
 	./build/examples/zvq_demo
 
 test: build/CMakeCache.txt check-api
+	-@$(MAKE) duckdb || echo "*** DuckDB could not be fetched: its round trips will be skipped"
 	$(CMAKE) --build build -j$(JOBS)
 	ctest --test-dir build --output-on-failure -j$(JOBS)
+
+# DuckDB's C library, the counterpart of the Arrow round trips, the Arrow
+# benchmark and the tour: libduckdb.so from the npm package that ships it
+# (no header; tests/support/duckdb_api.h declares what is used), fetched
+# into the build tree and never committed.
+DUCKDB_VERSION ?= 1.5.6-r.1
+DUCKDB_LIB := build/duckdb/libduckdb.so
+duckdb: $(DUCKDB_LIB)
+$(DUCKDB_LIB):
+	@command -v npm >/dev/null || { echo "npm not found: cannot fetch DuckDB"; exit 1; }
+	rm -rf build/duckdb.tmp && mkdir -p build/duckdb.tmp build/duckdb
+	cd build/duckdb.tmp && timeout 120 npm pack --silent @duckdb/node-bindings-linux-x64@$(DUCKDB_VERSION) >/dev/null \
+		&& tar xzf duckdb-node-bindings-linux-x64-*.tgz package/libduckdb.so
+	mv build/duckdb.tmp/package/libduckdb.so $(DUCKDB_LIB) && rm -rf build/duckdb.tmp
 
 asan:
 	$(CMAKE) -S . -B build-asan -DCMAKE_BUILD_TYPE=Debug -DZVQ_SANITIZE=ON
@@ -35,7 +50,7 @@ bench:
 # libFuzzer targets (fuzz/) built with clang, ASan and UBSan; each runs
 # FUZZ_SECONDS over a scratch corpus seeded from fuzz/corpus/<target>.
 FUZZ_SECONDS ?= 60
-FUZZ_TARGETS := parse parse_char custom_parse print
+FUZZ_TARGETS := parse parse_char custom_parse print from_arrow
 fuzz:
 	CC=clang CXX=clang++ $(CMAKE) -S fuzz -B build-fuzz
 	$(CMAKE) --build build-fuzz -j$(JOBS)

@@ -225,6 +225,7 @@ int main(void) {
     tour_select();
     tour_text();
     tour_hash();
+    tour_arrow();
     free(col);
 
     printf("\n%s\n", failures ? "FAILED" : "all results match the plain loops");

@@ -28,4 +28,7 @@ void tour_text(void);
 /* A GROUP BY through the hash aggregates, whole and in merged parts (tour_hash.c). */
 void tour_hash(void);
 
+/* An Arrow run-end encoded column summed, a text list, a hand-back to DuckDB (tour_arrow.c). */
+void tour_arrow(void);
+
 #endif

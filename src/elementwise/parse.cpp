@@ -8,6 +8,7 @@
 #include <type_traits>
 
 #include "core/record.hpp"
+#include "elementwise/items.hpp"
 #include "elementwise/scan.hpp"
 
 namespace zvq {
@@ -86,50 +87,8 @@ constexpr uint32_t kChunkBytes = ZVQ_SEQ_CHUNK_SIZE;
 // written, so up to width 32 all 128 do.
 uint32_t item_room(uint32_t width) { return width == 0 ? kMaxItems : std::min(kMaxItems, kChunkBytes / width); }
 
-char unescape(char c) {
-    switch (c) {
-        case 'n':
-            return '\n';
-        case 't':
-            return '\t';
-        case '0':
-            return '\0';
-        default:
-            return c;
-    }
-}
-
-struct Item {
-    uint32_t length;
-    const char* end;  // behind the item, its closing quote included
-};
-
-// Decodes one item, quoted (up to the same quote) or not (up to "," or the
-// text's end), into out if given. More than `limit` bytes, a text that ends
-// inside the quotes or inside an escape: false.
-bool decode_item(const char* p, uint32_t limit, uint8_t* out, Item& item) {
-    const char quote = *p == '"' || *p == '\'' ? *p : '\0';
-    if (quote != '\0') ++p;
-    uint32_t n = 0;
-    for (;; ++p) {
-        char c = *p;
-        if (quote != '\0' ? c == quote : c == ',') break;
-        if (c == '\0') {
-            if (quote != '\0') return false;
-            break;
-        }
-        if (c == '\\') {
-            c = *++p;
-            if (c == '\0') return false;
-            c = unescape(c);
-        }
-        if (n == limit) return false;
-        if (out) out[n] = static_cast<uint8_t>(c);
-        ++n;
-    }
-    item = {n, quote != '\0' ? p + 1 : p};
-    return true;
-}
+using items::decode_item;
+using items::Item;
 
 // "null" by zvq_memcmp, without reading past the text's end.
 bool null_item(const char* p) {

@@ -208,5 +208,11 @@ template bool scan_number<unsigned long long>(const char*, unsigned long long&, 
 template bool scan_number<double>(const char*, double&, size_t&);
 
 bool scan_decimal(const char* text, int& value, size_t& consumed) { return scan(text, value, consumed, 10, "%d%n"); }
+bool scan_decimal(const char* text, long long& value, size_t& consumed) {
+    return scan(text, value, consumed, 10, "%lld%n");
+}
+bool scan_decimal(const char* text, unsigned long long& value, size_t& consumed) {
+    return scan(text, value, consumed, 10, "%llu%n");
+}
 
 }  // namespace zvq::scan

@@ -27,4 +27,9 @@ bool scan_number(const char* text, T& value, size_t& consumed);
 // "%d%n": a signed decimal int.
 bool scan_decimal(const char* text, int& value, size_t& consumed);
 
+// Decimal 64-bit integers as strtoll and strtoull read them in base 10; errno
+// is theirs (ERANGE on overflow).
+bool scan_decimal(const char* text, long long& value, size_t& consumed);
+bool scan_decimal(const char* text, unsigned long long& value, size_t& consumed);
+
 }  // namespace zvq::scan
