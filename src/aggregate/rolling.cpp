@@ -63,8 +63,8 @@ struct RollingState {
 template <class V>
 class Ring {
    public:
-    Ring(Rec& r, const RingPlace& p) : r_(r), p_(p) {
-        if (r.buffer == nullptr) p_ = {};  // released by zvq_seq_free_buffer
+    Ring(Rec& r, const RingPlace& p) : r_(r), p_(p), base_(static_cast<Slot<V>*>(r.buffer)) {
+        if (base_ == nullptr) p_ = {};  // released by zvq_seq_free_buffer
     }
     const RingPlace& place() const { return p_; }
     uint64_t runs() const { return p_.runs; }
@@ -90,9 +90,23 @@ class Ring {
         }
         return append(v, n);
     }
+    // Room for `more` runs, so that push_reserved cannot fail.
+    bool reserve(uint64_t more) {
+        while (p_.runs + more > p_.slots)
+            if (!grow()) return false;
+        return true;
+    }
+    void push_reserved(V v, uint64_t n) {
+        if (p_.runs != 0 && same_bits(back().value, v)) {
+            back().n += n;
+            return;
+        }
+        ++p_.runs;
+        back() = {v, n};
+    }
 
    private:
-    Slot<V>& at(uint64_t i) { return static_cast<Slot<V>*>(r_.buffer)[(p_.head + i) & (p_.slots - 1)]; }
+    Slot<V>& at(uint64_t i) { return base_[(p_.head + i) & (p_.slots - 1)]; }
     bool grow() {
         const uint64_t slots = p_.slots == 0 ? 16 : p_.slots * 2;
         auto* fresh = static_cast<Slot<V>*>(zvq_seq_malloc(&r_, slots * sizeof(Slot<V>)));
@@ -101,12 +115,14 @@ class Ring {
         zvq_seq_free_buffer(&r_);
         r_.buffer = fresh;
         r_.buffer_size = slots * sizeof(Slot<V>);
+        base_ = fresh;
         p_.head = 0;
         p_.slots = slots;
         return true;
     }
     Rec& r_;
     RingPlace p_;
+    Slot<V>* base_;  // the buffer, held apart from the record so that chunk stores do not reload it
 };
 
 // Counts of the non-finite elements of a float window, kept apart so that a
@@ -117,9 +133,17 @@ struct NonFinite {
     template <class V>
     bool take(V v, uint64_t k, int sign) {
         if constexpr (std::is_floating_point_v<V>) {
-            if (std::isfinite(v)) return false;
-            uint64_t& c = std::isnan(v) ? nan : v > 0 ? up : down;
-            c = sign > 0 ? c + k : c - k;
+            if (std::isfinite(v)) [[likely]]
+                return false;
+            // Each count by name, not through a reference, so that the
+            // counts stay in registers.
+            const uint64_t step = sign > 0 ? k : uint64_t{0} - k;
+            if (std::isnan(v))
+                nan += step;
+            else if (v > 0)
+                up += step;
+            else
+                down += step;
             return true;
         } else {
             return false;
@@ -179,6 +203,26 @@ struct RollSum : RuleBase<T> {
     }
     static Acc value(const State& s, uint64_t) { return total(s); }
     static bool steady(In v) { return v == In{0}; }
+
+    // k steps that each add v and take out u (or nothing, filling) have
+    // outputs in closed form, sum + j * (v - u), unless a value is not
+    // finite; written at once they need no chain of additions.
+    static constexpr bool kClosedForm = true;
+    static bool plain(In v, In u) {
+        if constexpr (is_floating<T>)
+            return std::isfinite(v) && std::isfinite(u);
+        else
+            return true;
+    }
+    static Acc step_of(In v, In u) { return sub_wrapping<Acc>(static_cast<Acc>(v), static_cast<Acc>(u)); }
+    static Acc after(Acc sum, Acc d, uint64_t j) { return add_wrapping<Acc>(sum, times_acc(d, j)); }
+    static Acc times_acc(Acc d, uint64_t j) {
+        if constexpr (is_floating<T>)
+            return d * static_cast<double>(j);
+        else
+            return wrap_mul<Acc>(d, static_cast<Acc>(j));
+    }
+    static Acc of(Acc sum, uint64_t) { return sum; }
 };
 
 template <class T>
@@ -188,6 +232,9 @@ struct RollAvg : RollSum<T> {
         return static_cast<double>(RollSum<T>::total(s)) / static_cast<double>(held);
     }
     static bool steady(value_t<T>) { return true; }
+    static double of(typename RollSum<T>::Acc sum, uint64_t held) {
+        return static_cast<double>(sum) / static_cast<double>(held);
+    }
 };
 
 // Welford's mean and sum of squared deviations, k equal elements at a time
@@ -236,6 +283,9 @@ struct RollSpread : RuleBase<T> {
         return kRoot ? std::sqrt(var) : var;
     }
     static bool steady(In) { return true; }
+    // Each step's output depends on the last: no closed form.
+    static constexpr bool kClosedForm = false;
+    static bool plain(In, In) { return false; }
 };
 
 template <class T>
@@ -247,15 +297,36 @@ using RollStd = RollSpread<T, true>;
 
 // The outer loop of both drivers: whole input runs (a repeat byte of 0 is
 // 256 elements) handed to stretch(v, avail, out), which returns how many it
-// took, or 0 when the ring could not grow.
-template <class In, class O, class Stretch>
-zvq_seq_status rolling_pass(Rec& r, Stretch&& stretch) {
+// took, or 0 when the ring could not grow. A stretch of runs of one may go
+// to singles(i, m, out) first, which takes up to m of them from run i and
+// returns how many, or kFailed.
+inline constexpr uint32_t kFailed = ~uint32_t{0};
+
+struct NoSingles {
+    template <class W>
+    uint32_t operator()(uint32_t, uint32_t, W&) const {
+        return 0;
+    }
+};
+
+template <class In, class O, class Stretch, class Singles = NoSingles>
+zvq_seq_status rolling_pass(Rec& r, Stretch&& stretch, Singles&& singles = {}) {
     Rec& op = *r.operand[0];
     RunWriter<O> out(r);
     while (out.room()) {
         bool closes;
         if (const zvq_seq_status s = refill_or_close(op, out.runs(), closes)) return s;
         if (closes) break;
+        if (op.run_pos == 0) {
+            const uint32_t i = op.chunk_pos;
+            const uint32_t m = single_runs(op, i, std::min<uint32_t>(op.chunk_count, i + out.free_runs()));
+            if (m > 1) {
+                const uint32_t done = singles(i, m, out);
+                if (done == kFailed) return SEQ_NOMEM;
+                op.chunk_pos = static_cast<uint16_t>(i + done);
+                if (done != 0) continue;
+            }
+        }
         const uint32_t avail = stepwise_remainder(op);
         const uint32_t used = stretch(current<In>(op), avail, out);
         if (used == 0) return SEQ_NOMEM;
@@ -298,10 +369,25 @@ zvq_seq_status moments_next(Rec& r) {
                 } else {
                     k = std::min<uint64_t>(k, out.free_runs());
                     if (!ring.push(v, k)) return 0;
-                    for (uint64_t j = 0; j < k; ++j) {
-                        Rule::add(m, v, 1);
-                        out.put(Rule::value(m, ++held), 1);
+                    if constexpr (Rule::kClosedForm) {
+                        if (Rule::plain(v, In{})) {
+                            const auto sum = m.sum, d = Rule::step_of(v, In{});
+                            out.put_each(static_cast<uint32_t>(k), [&](uint32_t j) {
+                                return Rule::of(Rule::after(sum, d, j + 1), held + j + 1);
+                            });
+                            m.sum = Rule::after(sum, d, k);
+                            held += k;
+                            if (uniform) Rule::uniform(m, v, held);
+                            used += static_cast<uint32_t>(k);
+                            continue;
+                        }
                     }
+                    typename Rule::State local = m;
+                    for (uint64_t j = 0; j < k; ++j) {
+                        Rule::add(local, v, 1);
+                        out.put_one(Rule::value(local, ++held));
+                    }
+                    m = local;
                     if (uniform) Rule::uniform(m, v, held);
                 }
             } else if (uniform) {
@@ -315,13 +401,21 @@ zvq_seq_status moments_next(Rec& r) {
                 if (same_bits(u, v)) {
                     k = std::min(k, out.free_elements());
                     out.put(Rule::value(m, held), k);
-                } else {
-                    k = std::min<uint64_t>(k, out.free_runs());
-                    for (uint64_t j = 0; j < k; ++j) {
-                        Rule::add(m, v, 1);
-                        Rule::remove(m, u, 1);
-                        out.put(Rule::value(m, held), 1);
+                } else if (k = std::min<uint64_t>(k, out.free_runs()); Rule::kClosedForm && Rule::plain(v, u)) {
+                    if constexpr (Rule::kClosedForm) {
+                        const auto sum = m.sum, d = Rule::step_of(v, u);
+                        out.put_each(static_cast<uint32_t>(k),
+                                     [&](uint32_t j) { return Rule::of(Rule::after(sum, d, j + 1), held); });
+                        m.sum = Rule::after(sum, d, k);
                     }
+                } else {
+                    typename Rule::State local = m;
+                    for (uint64_t j = 0; j < k; ++j) {
+                        Rule::add(local, v, 1);
+                        Rule::remove(local, u, 1);
+                        out.put_one(Rule::value(local, held));
+                    }
+                    m = local;
                 }
                 if ((f.n -= k) == 0) ring.pop_front();
                 if (!ring.push(v, k)) return 0;
@@ -331,7 +425,27 @@ zvq_seq_status moments_next(Rec& r) {
         }
         return used;
     };
-    const zvq_seq_status s = rolling_pass<In, O>(r, stretch);
+    // Distinct values through a full window: each enters as a run of one
+    // and the oldest element leaves, in one plain loop over the values.
+    const auto singles = [&](uint32_t i, uint32_t n, RunWriter<O>& out) -> uint32_t {
+        if (held < w) return 0;
+        if (!ring.reserve(n)) return kFailed;
+        const Rec& op = *r.operand[0];
+        typename Rule::State local = m;
+        out.put_each(n, [&](uint32_t j) {
+            const In v = value_at<In>(op, i + j);
+            Slot<In>& f = ring.front();
+            Rule::add(local, v, 1);
+            Rule::remove(local, f.value, 1);
+            if (--f.n == 0) ring.pop_front();
+            ring.push_reserved(v, 1);
+            if (ring.runs() == 1) Rule::uniform(local, v, held);
+            return Rule::value(local, held);
+        });
+        m = local;
+        return n;
+    };
+    const zvq_seq_status s = rolling_pass<In, O>(r, stretch, singles);
     st.ring = ring.place();
     st.moments = m;
     st.held = held;

@@ -46,6 +46,37 @@ class RunWriter {
         }
     }
 
+    // One element in a run of its own: for outputs that move with every
+    // element, where looking for an equal neighbour would not pay.
+    void put_one(V v) {
+        set_value<V>(r_, runs_, v);
+        set_repeat(r_, runs_, 1);
+        ++runs_;
+        ++elements_;
+        last_ = v;
+        last_repeat_ = 1;
+    }
+
+    // n elements each in a run of its own, element j of value at(j): the
+    // values in one loop and the repeat bytes in one block, which the
+    // compiler vectorises where at(j) allows. n must fit (free_runs).
+    template <class At>
+    void put_each(uint32_t n, At&& at) {
+        if (n == 0) return;
+        uint8_t* to = r_.chunk + size_t{runs_} * sizeof(V);
+        for (uint32_t j = 0; j < n; ++j) store<V>(to + size_t{j} * sizeof(V), at(j));
+        // Eight repeat bytes a store: a memset of a few bytes compiles to a
+        // string instruction that costs more than the values.
+        uint8_t* rep = repeat_block(r_, runs_, n);
+        uint32_t j = 0;
+        for (; j + 8 <= n; j += 8) store<uint64_t>(rep + j, 0x0101010101010101u);
+        for (; j < n; ++j) rep[j] = 1;
+        runs_ += n;
+        elements_ += n;
+        last_ = value_at<V>(r_, runs_ - 1);
+        last_repeat_ = 1;
+    }
+
     // Makes the runs written the record's chunk; next_pos counts elements.
     void publish() {
         r_.chunk_count = static_cast<uint16_t>(runs_);
