@@ -223,6 +223,17 @@ struct RollSum : RuleBase<T> {
             return wrap_mul<Acc>(d, static_cast<Acc>(j));
     }
     static Acc of(Acc sum, uint64_t) { return sum; }
+
+    // v enters and u leaves: one addition of their difference, so that the
+    // sum's chain of dependent additions is one long per element.
+    static void slide(State& s, In v, In u) {
+        if (plain(v, u)) [[likely]] {
+            s.sum = add_wrapping<Acc>(s.sum, step_of(v, u));
+        } else {
+            add(s, v, 1);
+            remove(s, u, 1);
+        }
+    }
 };
 
 template <class T>
@@ -286,6 +297,10 @@ struct RollSpread : RuleBase<T> {
     // Each step's output depends on the last: no closed form.
     static constexpr bool kClosedForm = false;
     static bool plain(In, In) { return false; }
+    static void slide(State& s, In v, In u) {
+        add(s, v, 1);
+        remove(s, u, 1);
+    }
 };
 
 template <class T>
@@ -294,6 +309,13 @@ template <class T>
 using RollStd = RollSpread<T, true>;
 
 // ---- the drivers ---------------------------------------------------------------
+
+// Whether a non-finite element is in the window: the closed forms then do
+// not hold.
+template <class M>
+inline bool odd_of(const M& m) {
+    return m.odd.any();
+}
 
 // The outer loop of both drivers: whole input runs (a repeat byte of 0 is
 // 256 elements) handed to stretch(v, avail, out), which returns how many it
@@ -370,7 +392,7 @@ zvq_seq_status moments_next(Rec& r) {
                     k = std::min<uint64_t>(k, out.free_runs());
                     if (!ring.push(v, k)) return 0;
                     if constexpr (Rule::kClosedForm) {
-                        if (Rule::plain(v, In{})) {
+                        if (Rule::plain(v, In{}) && !odd_of(m)) {
                             const auto sum = m.sum, d = Rule::step_of(v, In{});
                             out.put_each(static_cast<uint32_t>(k), [&](uint32_t j) {
                                 return Rule::of(Rule::after(sum, d, j + 1), held + j + 1);
@@ -401,7 +423,7 @@ zvq_seq_status moments_next(Rec& r) {
                 if (same_bits(u, v)) {
                     k = std::min(k, out.free_elements());
                     out.put(Rule::value(m, held), k);
-                } else if (k = std::min<uint64_t>(k, out.free_runs()); Rule::kClosedForm && Rule::plain(v, u)) {
+                } else if (k = std::min<uint64_t>(k, out.free_runs()); Rule::kClosedForm && Rule::plain(v, u) && !odd_of(m)) {
                     if constexpr (Rule::kClosedForm) {
                         const auto sum = m.sum, d = Rule::step_of(v, u);
                         out.put_each(static_cast<uint32_t>(k),
@@ -435,8 +457,7 @@ zvq_seq_status moments_next(Rec& r) {
         out.put_each(n, [&](uint32_t j) {
             const In v = value_at<In>(op, i + j);
             Slot<In>& f = ring.front();
-            Rule::add(local, v, 1);
-            Rule::remove(local, f.value, 1);
+            Rule::slide(local, v, f.value);
             if (--f.n == 0) ring.pop_front();
             ring.push_reserved(v, 1);
             if (ring.runs() == 1) Rule::uniform(local, v, held);

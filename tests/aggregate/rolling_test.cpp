@@ -116,6 +116,14 @@ TEST(RollingFloat, NonFiniteValuesLeaveTheWindowWithTheirElement) {
     EXPECT_TRUE(std::isnan(sums[5]));
     EXPECT_EQ(sums[6], -inf);
     EXPECT_EQ(sums[7], 16);
+    // A NaN still in the window while later runs fill it or drain older ones.
+    const auto filling =
+        rolled_values<double, Double>(zvq_seq_rolling_sum_double, {{{1, 1}, {nan, 1}, {2, 3}, {7, 1}}}, 3);
+    ASSERT_EQ(filling.size(), 6u);
+    EXPECT_EQ(filling[0], 1);
+    for (size_t i = 1; i < 4; ++i) EXPECT_TRUE(std::isnan(filling[i])) << i;
+    EXPECT_EQ(filling[4], 6);
+    EXPECT_EQ(filling[5], 11);
     // Extremes pass over NaN; a window of NaN alone gives NaN.
     const auto highs =
         rolled_values<double, Double>(zvq_seq_rolling_max_double, {{{3, 1}, {nan, 2}, {1, 1}}}, 2);
