@@ -20,6 +20,7 @@
 #include "zvq/seq/elementwise_unary.h"
 #include "zvq/seq/hash_agg.h"
 #include "zvq/seq/hash_approxdc.h"
+#include "zvq/seq/hash_count_distinct.h"
 #include "zvq/seq/hash_dup_count.h"
 #include "zvq/seq/hash_table.h"
 #include "zvq/seq/select_align.h"
@@ -27,4 +28,5 @@
 #include "zvq/seq/select_merge.h"
 #include "zvq/seq/select_sort.h"
 #include "zvq/seq/select_top.h"
+#include "zvq/seq/select_top_n.h"
 #endif
