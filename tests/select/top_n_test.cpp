@@ -19,8 +19,6 @@ struct TopNFns;
     struct TopNFns<Tag> {                                                                                     \
         static constexpr Top max = zvq_seq_top_n_max_##name, min = zvq_seq_top_n_min_##name,                  \
                              pos_max = zvq_seq_top_n_pos_max_##name, pos_min = zvq_seq_top_n_pos_min_##name; \
-        static constexpr zvq_seq_merge_fn merge_max = zvq_seq_top_n_max_##name##_merge,                       \
-                                          merge_min = zvq_seq_top_n_min_##name##_merge;                       \
     };
 ZVQ_NUMERIC_TYPES(ZVQ_TEST_TOP_N_FNS)
 #undef ZVQ_TEST_TOP_N_FNS
@@ -41,10 +39,10 @@ Runs<V> runs_of(Top ctor, const std::vector<Chunk<value_t<Tag>>>& chunks, uint64
 }
 
 // The reference: the expanded elements, NaN left out, stably sorted best
-// first, the first n; their positions or values.
+// first, the first n; their positions, and their values.
 template <class V>
-P reference_positions(const std::vector<Chunk<V>>& chunks, bool max, uint64_t n) {
-    std::vector<V> values;
+std::pair<P, std::vector<V>> reference(const std::vector<Chunk<V>>& chunks, bool max, uint64_t n) {
+    std::vector<V> values, best;
     for (const auto& c : chunks)
         for (const auto& run : c) values.insert(values.end(), run.repeat, run.value);
     P order;
@@ -53,16 +51,8 @@ P reference_positions(const std::vector<Chunk<V>>& chunks, bool max, uint64_t n)
     std::stable_sort(order.begin(), order.end(),
                      [&](uint64_t a, uint64_t b) { return max ? values[a] > values[b] : values[a] < values[b]; });
     order.resize(std::min<uint64_t>(n, order.size()));
-    return order;
-}
-
-template <class V>
-std::vector<V> reference_values(const std::vector<Chunk<V>>& chunks, bool max, uint64_t n) {
-    std::vector<V> values, out;
-    for (const auto& c : chunks)
-        for (const auto& run : c) values.insert(values.end(), run.repeat, run.value);
-    for (uint64_t p : reference_positions(chunks, max, n)) out.push_back(values[p]);
-    return out;
+    for (uint64_t p : order) best.push_back(values[p]);
+    return {order, best};
 }
 
 // Random runs of few distinct values (many ties), repeats 1 to 255, chunks
@@ -124,12 +114,10 @@ TYPED_TEST(TopNElements, AgainstAStableSortOfTheElements) {
         const auto chunks = random_runs<V>(seed, 900);
         for (bool max : {true, false})
             for (uint64_t n : {1, 2, 37, 300, 455}) {
-                EXPECT_EQ(expand(runs_of<TypeParam>(max ? S::max : S::min, chunks, n)),
-                          reference_values(chunks, max, n))
-                    << seed << " " << max << " " << n;
-                EXPECT_EQ(expand(runs_of<TypeParam, uint64_t>(max ? S::pos_max : S::pos_min, chunks, n)),
-                          reference_positions(chunks, max, n))
-                    << seed << " " << max << " " << n;
+                const auto [positions, values] = reference(chunks, max, n);
+                EXPECT_EQ(expand(runs_of<TypeParam>(max ? S::max : S::min, chunks, n)), values) << seed << max << n;
+                EXPECT_EQ(expand(runs_of<TypeParam, uint64_t>(max ? S::pos_max : S::pos_min, chunks, n)), positions)
+                    << seed << max << n;
             }
     }
 }
@@ -160,7 +148,7 @@ TYPED_TEST(TopNElements, MergedPartsEqualTheWhole) {
                     if (p != dest) {
                         ASSERT_EQ(recs[dest].merge(&recs[dest], &recs[p]), SEQ_OK);
                     }
-                EXPECT_EQ(expand(drain_runs<V>(recs[dest])), reference_values(chunks, max, n))
+                EXPECT_EQ(expand(drain_runs<V>(recs[dest])), reference(chunks, max, n).second)
                     << parts << " " << max << " " << n;
             }
 }
