@@ -113,7 +113,8 @@ class Set {
         }
     }
 
-    // A wide key with its hash; the table has room.
+    // A wide key with its hash; the table has room. The index shares the
+    // slot with the hash, so a set holds fewer than 2^32 wide values.
     void insert_wide(const uint8_t* key, uint32_t hash) {
         uint64_t* t = slots();
         const uint64_t mask = st_.slots - 1;
