@@ -9,24 +9,10 @@
 #include <cstring>
 
 #include "core/record.hpp"
+#include "select/top.hpp"
 
 namespace zvq {
 namespace {
-
-// x beats y when y is not at or above x (max) or x is not at or above y
-// (min): plain order for numbers, and a NaN on either side beats.
-struct TopMax {
-    template <class V>
-    static bool beats(V x, V y) {
-        return !(y >= x);
-    }
-};
-struct TopMin {
-    template <class V>
-    static bool beats(V x, V y) {
-        return !(x >= y);
-    }
-};
 
 struct TopState {
     uint64_t top_n;
@@ -48,17 +34,8 @@ struct Candidates {
 
     V at(uint32_t i) const { return load<V>(values + size_t{i} * sizeof(V)); }
 
-    // Index of the first of items[i, k) that beats the worst entry, or k.
-    // Eight values are tested at once without a branch: nearly every value
-    // of a long input fails against a full list.
     uint32_t first_beating(const uint8_t* items, uint32_t i, uint32_t k) const {
-        for (; i + 8 <= k; i += 8) {
-            bool any = false;
-            for (uint32_t e = 0; e < 8; ++e) any |= Rule::beats(load<V>(items + size_t{i + e} * sizeof(V)), worst);
-            if (any) break;
-        }
-        while (i < k && !Rule::beats(load<V>(items + size_t{i} * sizeof(V)), worst)) ++i;
-        return i;
+        return zvq::first_beating<V, Rule>(items, i, k, worst);
     }
 
     // x goes in; when the list was full the worst value goes out.

@@ -28,6 +28,7 @@
 #include "zvq/seq/elementwise_unary.h"
 #include "zvq/seq/hash_agg.h"
 #include "zvq/seq/hash_approxdc.h"
+#include "zvq/seq/hash_count_distinct.h"
 #include "zvq/seq/hash_dup_count.h"
 #include "zvq/seq/hash_table.h"
 #include "zvq/seq/select_align.h"
@@ -37,4 +38,5 @@
 #include "zvq/seq/select_sort.h"
 #include "zvq/seq/select_take.h"
 #include "zvq/seq/select_top.h"
+#include "zvq/seq/select_top_n.h"
 #endif
