@@ -5,7 +5,7 @@
 #include <cmath>
 #include <type_traits>
 
-#include "aggregate/run_terms.hpp"
+#include "core/fold_rules.hpp"
 
 namespace zvq {
 namespace {

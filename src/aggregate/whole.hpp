@@ -1,14 +1,6 @@
-// Whole-sequence folds: the partial state, the run product, and the drivers
-// that own the pull loop and the merge.
-//
-// A fold rule is a struct of static functions that never sees a chunk:
-//
-//   using Tag = operand type tag;     using In  = its value type;
-//   using Out = result type tag;      using Acc = partial_value type;
-//   seed(Acc&, double& q, In v, uint8_t r)   first run
-//   fold(Acc&, double& q, In v, uint8_t r)   every further run, at once
-//   merge(Acc&, Acc)                         a partial value of another part
-//   result(Acc, double q, uint64_t n)        the published value
+// Whole-sequence folds: the partial state and the drivers that own the pull
+// loop and the merge. The rules (core/fold_rules.hpp, whole_rules.hpp) never
+// see a chunk.
 //
 // The drivers keep the accumulators in locals and write the record once, at
 // publication, so that a later merge finds the whole partial state there.
@@ -19,7 +11,7 @@
 #include <cstring>
 #include <type_traits>
 
-#include "core/arith.hpp"
+#include "core/fold_rules.hpp"
 #include "core/record.hpp"
 
 namespace zvq {
@@ -31,42 +23,6 @@ struct WholeState {
     double partial_squares;  // 0.0 where no squares are kept
     uint64_t partial_count;  // sum of repeat bytes
 };
-
-// The 64-bit type of sums and products: int8 for signed operands, uint8 for
-// unsigned ones, datetime stays datetime, floats widen to double.
-template <class Tag>
-using wide_tag_t =
-    std::conditional_t<is_signed_int<Tag>, Int8,
-                       std::conditional_t<is_floating<Tag>, Double,
-                                          std::conditional_t<Tag::kind == Kind::Datetime, Datetime, Uint8>>>;
-template <class Tag>
-using wide_t = value_t<wide_tag_t<Tag>>;
-
-// P(v, r): a run of r copies of v, multiplied in the operand's own
-// arithmetic before widening. The wrap of a 4- or 8-byte product is part of
-// the result, and a float run stays single precision until widened.
-template <class Tag>
-inline wide_t<Tag> run_product(value_t<Tag> v, uint8_t r) {
-    using V = value_t<Tag>;
-    using W = wide_t<Tag>;
-    if constexpr (std::is_same_v<V, float>) {
-        const float p = v * static_cast<float>(r);
-        return static_cast<double>(p);
-    } else if constexpr (is_floating<Tag>) {
-        return v * static_cast<double>(r);
-    } else if constexpr (sizeof(V) < 4) {
-        return static_cast<W>(static_cast<int32_t>(v) * static_cast<int32_t>(r));
-    } else {
-        return static_cast<W>(wrap_mul<V>(v, static_cast<V>(r)));
-    }
-}
-
-// v * v * r in double, in this order, for every operand type.
-template <class V>
-inline double run_squares(V v, uint8_t r) {
-    const double d = static_cast<double>(v);
-    return d * d * static_cast<double>(r);
-}
 
 // The repeat bytes of runs [from, to) in run order. They stand downward in
 // the chunk; reversing them 8 at a time lets the fold below walk both arrays
@@ -84,15 +40,6 @@ inline void repeats_upward(const Rec& op, uint32_t from, uint32_t to, uint8_t* o
     }
     for (; k < m; ++k) out[k] = end[-1 - static_cast<ptrdiff_t>(from + k)];
 }
-
-// The fold loop is built twice on x86-64 with GCC, once for AVX2, and the
-// loader picks one: the baseline has no 32-bit lane multiply and no lane
-// sign extension, which the integer run products need.
-#if defined(__x86_64__) && defined(__GNUC__) && !defined(__clang__)
-#define ZVQ_FOLD_CLONES __attribute__((target_clones("avx2", "default")))
-#else
-#define ZVQ_FOLD_CLONES
-#endif
 
 // Folds runs [from, to) of the operand's chunk without touching the
 // operand's read positions. Accumulators stay in locals. Internal linkage

@@ -5,6 +5,7 @@
 #include <algorithm>
 #include <cstring>
 
+#include "core/known_count.hpp"
 #include "core/record.hpp"
 
 namespace zvq {
@@ -58,12 +59,6 @@ struct Reverse {
         }
     }
 
-    static zvq_seq_status count_of(Rec& op, uint64_t& count) {
-        Rec counter{};
-        zvq_seq_agg_count(&counter, &op);
-        return zvq_seq_next_uint8(&counter, &count);
-    }
-
     static zvq_seq_status read(Rec& op, uint8_t* items, uint64_t* count) {
         if constexpr (is_char<Tag>)
             return Get(&op, reinterpret_cast<char*>(items), count);
@@ -82,8 +77,7 @@ struct Reverse {
     // source over it. `runs` is the first chunk, already mirrored.
     static zvq_seq_status long_way(Rec& r, Rec& op, uint16_t runs) {
         if (zvq_seq_status s = op.reset(&op)) return s;
-        uint64_t count = 0;
-        if (zvq_seq_status s = count_of(op, count)) return s;
+        const uint64_t count = count_elements(op);
         // A buffer left by an earlier failed attempt is not referenced.
         zvq_seq_free_buffer(&r);
         auto* items = static_cast<uint8_t*>(zvq_seq_alloc_buffer(&r, count * width(r)));

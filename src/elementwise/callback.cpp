@@ -8,7 +8,7 @@
 #include <type_traits>
 
 #include "elementwise/binary.hpp"
-#include "elementwise/unary.hpp"
+#include "core/unary.hpp"
 
 namespace zvq {
 namespace {

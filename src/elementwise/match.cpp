@@ -12,7 +12,7 @@
 #include <algorithm>
 #include <cstring>
 
-#include "elementwise/unary.hpp"
+#include "core/unary.hpp"
 
 namespace zvq {
 namespace {

@@ -4,7 +4,7 @@
 #include <cmath>
 
 #include "core/arith.hpp"
-#include "elementwise/unary.hpp"
+#include "core/unary.hpp"
 
 namespace zvq {
 namespace {

@@ -1,6 +1,6 @@
 // zvq_seq_hash: one 32-bit hash per run, optionally seeded by a second
 // sequence of hashes.
-#include "hash/murmur.hpp"
+#include "core/murmur.hpp"
 #include "core/record.hpp"
 
 namespace zvq {

@@ -5,7 +5,6 @@
 #include <cstring>
 
 #include "core/record.hpp"
-#include "elementwise/binary.hpp"
 
 namespace zvq {
 namespace {

@@ -4,6 +4,7 @@
 #include "zvq/seq/aggregate_cumulative.h"
 #include "zvq/seq/aggregate_grid.h"
 #include "zvq/seq/aggregate_group.h"
+#include "zvq/seq/aggregate_group_approxdc.h"
 #include "zvq/seq/aggregate_paired.h"
 #include "zvq/seq/aggregate_whole.h"
 #include "zvq/seq/aggregate_window.h"
