@@ -29,16 +29,13 @@ struct WholeState {
 // upward, which the compiler vectorises (a byte-reversing shuffle is not in
 // the baseline instruction set).
 inline void repeats_upward(const Rec& op, uint32_t from, uint32_t to, uint8_t* out) {
-    const uint8_t* end = op.chunk + ZVQ_SEQ_CHUNK_SIZE;  // repeat of run i at end[-1 - i]
     uint32_t k = 0;
     const uint32_t m = to - from;
     for (; k + 8 <= m; k += 8) {
-        uint64_t word;
-        std::memcpy(&word, end - (from + k + 8), 8);
-        word = __builtin_bswap64(word);
+        const uint64_t word = __builtin_bswap64(load<uint64_t>(repeat_block(op, from + k, 8)));
         std::memcpy(out + k, &word, 8);
     }
-    for (; k < m; ++k) out[k] = end[-1 - static_cast<ptrdiff_t>(from + k)];
+    for (; k < m; ++k) out[k] = repeat_at(op, from + k);
 }
 
 // Folds runs [from, to) of the operand's chunk without touching the
@@ -73,7 +70,7 @@ zvq_seq_status whole_next(Rec& r) {
     if (settled_aggregate(r, s)) return s;
 
     Rec& op = *r.operand[0];
-    s = op.next(&op);
+    s = pull(op);
     if (s != SEQ_OK) return s;
 
     typename Rule::Acc a{};
@@ -81,7 +78,7 @@ zvq_seq_status whole_next(Rec& r) {
     uint64_t n = repeat_at(op, 0);
     Rule::seed(a, q, value_at<In>(op, 0), repeat_at(op, 0));
     fold_runs<Rule>(op, 1, op.chunk_count, a, q, n);
-    while ((s = op.next(&op)) == SEQ_OK) fold_runs<Rule>(op, 0, op.chunk_count, a, q, n);
+    while ((s = pull(op)) == SEQ_OK) fold_runs<Rule>(op, 0, op.chunk_count, a, q, n);
 
     // A failure drops what was folded: nothing is published, next_pos stays 0.
     if (s != SEQ_END || n == 0) return s;
@@ -105,8 +102,7 @@ zvq_seq_status whole_merge(Rec& dst, const Rec& src) {
 
 template <class Rule>
 zvq_seq_status whole_make(Rec& r, Rec* op, zvq_seq_next_fn next, zvq_seq_merge_fn merge) {
-    if (!has_type<typename Rule::Tag>(op)) return SEQ_TYPE_MISMATCH;
-    if (zvq_seq_status s = bind({op})) return s;
+    if (zvq_seq_status s = open_operands<typename Rule::Tag>(op)) return s;
     init_record(r, shape_of<typename Rule::Out>, {next, zvq_seq_reset_unary_iterator, zvq_seq_prepare_aggregate, merge},
                 {op});
     r.prepared = 0;

@@ -98,12 +98,18 @@ struct RuleBase {
 
 // ---- extremes: comparisons with NaN are false, so a NaN seed stays --------
 
-template <class T>
-struct Max : RuleBase<T> {
+// The value that wins, v > a for Max and v < a for Min, replaces the held one.
+template <class T, bool kMax>
+struct Extreme : RuleBase<T> {
     using In = value_t<T>;
     using Out = T;
     using Acc = In;
-    static bool wins(In v, Acc a) { return v > a; }
+    static bool wins(In v, Acc a) {
+        if constexpr (kMax)
+            return v > a;
+        else
+            return v < a;
+    }
     static void seed(Acc& a, double&, In v, uint8_t) { a = v; }
     static void fold(Acc& a, double&, In v, uint8_t) {
         if (wins(v, a)) a = v;
@@ -115,20 +121,10 @@ struct Max : RuleBase<T> {
 };
 
 template <class T>
-struct Min : RuleBase<T> {
-    using In = value_t<T>;
-    using Out = T;
-    using Acc = In;
-    static bool wins(In v, Acc a) { return v < a; }
-    static void seed(Acc& a, double&, In v, uint8_t) { a = v; }
-    static void fold(Acc& a, double&, In v, uint8_t) {
-        if (wins(v, a)) a = v;
-    }
-    static void merge(Acc& a, Acc b) {
-        if (wins(b, a)) a = b;
-    }
-    static Acc result(Acc a, double, uint64_t) { return a; }
-};
+struct Max : Extreme<T, true> {};
+
+template <class T>
+struct Min : Extreme<T, false> {};
 
 // ---- sum: integers add in 64 bits and wrap, floats add in double ----------
 

@@ -101,14 +101,10 @@ zvq_seq_status join_next(Rec& r) {
         case kJoinFresh:
             if ((s = meta.first_sequence(&meta)) != SEQ_OK) return s;
             st.phase = kJoinReading;
-            inner.chunk_pos = 0;
-            s = inner.next(&inner);
+            s = pull(inner);
             break;
         default:
-            if (exhausted(inner)) {
-                inner.chunk_pos = 0;
-                s = inner.next(&inner);
-            }
+            s = refill(inner);
             break;
     }
     uint32_t i = 0;
@@ -137,8 +133,7 @@ zvq_seq_status join_next(Rec& r) {
             r.chunk_count = static_cast<uint16_t>(i);
             return SEQ_OK;
         }
-        inner.chunk_pos = 0;
-        s = inner.next(&inner);
+        s = pull(inner);
     }
 }
 

@@ -50,8 +50,7 @@ zvq_seq_status diff_next(Rec& r) {
             set_value<V>(r, i, V(0));
             set_repeat(r, i, rest);
             r.next_pos += rest;
-            op.run_pos = 0;
-            ++op.chunk_pos;
+            next_run(op);
         }
         ++i;
     }

@@ -2,17 +2,13 @@
 // merge), agg_approxdc_hash over ready hashes, and hash_agg_approxdc, one
 // register set per hash group, kept in the table's key blocks. The form per
 // group of adjacent keys is beside the group loop (aggregate/group_approxdc.cpp).
-#include "core/approx_registers.hpp"
-
 #include <algorithm>
-#include <cmath>
 #include <cstring>
 
-#include "core/arith.hpp"
+#include "core/approx_registers.hpp"
 #include "hash/hash_agg.hpp"
 
 namespace zvq {
-
 namespace {
 
 // ---- over a whole sequence -------------------------------------------------
@@ -29,7 +25,7 @@ zvq_seq_status fold_sequence(Rec& op, uint8_t* registers) {
     constexpr uint32_t kWindow = 256;
     uint32_t hashes[kWindow];
     zvq_seq_status s;
-    while ((s = op.next(&op)) == SEQ_OK) {
+    while ((s = pull(op)) == SEQ_OK) {
         for (uint32_t from = 0; from < op.chunk_count; from += kWindow) {
             const uint32_t n = std::min<uint32_t>(op.chunk_count - from, kWindow);
             if constexpr (kPrehashed)
@@ -81,8 +77,7 @@ zvq_seq_status approx_make(Rec& r, Rec* input) {
 }
 
 zvq_seq_status approx_hash_make(Rec& r, Rec* hashes) {
-    if (!has_type<Uint4>(hashes)) return SEQ_TYPE_MISMATCH;
-    if (zvq_seq_status s = bind({hashes})) return s;
+    if (zvq_seq_status s = open_operands<Uint4>(hashes)) return s;
     init_record(r, shape_of<Uint4>, {zvq_seq_agg_approxdc_hash_next, zvq_seq_reset_unary_iterator}, {hashes});
     return SEQ_OK;
 }

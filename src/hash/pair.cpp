@@ -25,7 +25,7 @@ uint32_t free_pair(Rec& it) {
 
 // The table's entry count is valid once the first pull has built it.
 uint64_t entry_count(Rec& op) {
-    const bool pulled = op.next(&op) == SEQ_OK;
+    const bool pulled = pull(op) == SEQ_OK;
     const HashPair* pair = state_of<HashAggState>(op).pair;
     return pulled && pair != nullptr && pair->table != nullptr ? pair->table->count : 0;
 }
