@@ -1,33 +1,14 @@
-// agg_count and agg_count_not_null: any operand type, no binding. An
-// in-memory source or a hash aggregate knows its size, so those are asked
-// instead of read, and such a count cannot be summed over parts.
+// agg_count and agg_count_not_null: any operand type, no binding. A source
+// that knows its size (core/known_count.hpp) is asked instead of read, and
+// such a count cannot be summed over parts.
 #include <cstddef>
 #include <cstring>
 
+#include "core/known_count.hpp"
 #include "core/record.hpp"
-#include "hash/hash_table.hpp"
 
 namespace zvq {
 namespace {
-
-bool counts_itself(const Rec* op) { return op->reset == zvq_seq_hash_agg_reset || op->reset == zvq_seq_unget_reset; }
-
-// The short ways: a source that knows its size is asked, not read. Returns
-// false when the operand must be walked.
-bool known_count(Rec& op, uint64_t& count) {
-    if (op.reset == zvq_seq_hash_agg_reset) {
-        // The table's entry count is valid once the first pull has built it.
-        const bool pulled = op.next(&op) == SEQ_OK;
-        const HashPair* pair = state_of<HashAggState>(op).pair;
-        count = pulled && pair != nullptr && pair->table != nullptr ? pair->table->count : 0;
-        return true;
-    }
-    if (op.reset == zvq_seq_unget_reset) {
-        count = op.last_pos + 1;  // all ones + 1: an empty array counts 0
-        return true;
-    }
-    return false;
-}
 
 // Both counts: what a chunk adds, and how the count is published. A failing
 // operand ends the count, not the answer.
@@ -35,11 +16,7 @@ template <uint64_t (*per_chunk)(const Rec&), void (*publish)(Rec&, uint64_t)>
 zvq_seq_status counting_next(Rec& r) {
     zvq_seq_status status;
     if (settled_aggregate(r, status)) return status;
-    Rec& op = *r.operand[0];
-    uint64_t count = 0;
-    if (!known_count(op, count))
-        while (op.next(&op) == SEQ_OK) count += per_chunk(op);
-    publish(r, count);
+    publish(r, count_chunks(*r.operand[0], per_chunk));
     return SEQ_OK;
 }
 
@@ -89,7 +66,7 @@ zvq_seq_status count_merge(Rec& dst, const Rec& src) {
 }
 
 void count_init(Rec& r, Rec* op, zvq_seq_next_fn next) {
-    const bool whole = counts_itself(op);
+    const bool whole = counts_itself(*op);
     init_record(r, shape_of<Uint8>,
                 {next, zvq_seq_reset_unary_iterator, whole ? nullptr : zvq_seq_prepare_aggregate,
                  whole ? nullptr : zvq_seq_count_merge},

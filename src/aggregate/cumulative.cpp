@@ -12,7 +12,7 @@
 
 #include "aggregate/running.hpp"
 #include "aggregate/whole_rules.hpp"
-#include "elementwise/unary.hpp"
+#include "core/unary.hpp"
 
 namespace zvq {
 namespace {

@@ -120,7 +120,7 @@ template <class Rule>
 zvq_seq_status grid_next(Rec& r) {
     using In = typename Rule::In;
     using Cell = typename Rule::Cell;
-    constexpr uint32_t cap = 4096u / (sizeof(Cell) + 1u);
+    constexpr uint32_t cap = value_capacity<Cell>;
     auto& st = state_of<GridState<typename Rule::Acc>>(r);
     Rec& op = *r.operand[0];
     const uint64_t size = st.grid_size;
@@ -130,38 +130,26 @@ zvq_seq_status grid_next(Rec& r) {
     uint32_t o = 0;
     zvq_seq_status s = SEQ_OK;
     while (o < cap) {
-        if (exhausted(op)) {
-            s = pull(op);
-            if (s == SEQ_END) {
-                if (pending != 0) {  // the short last cell
-                    close_cell<Rule>(r, o++, a, q, pending);
-                    pending = 0;
-                }
-                if (o != 0) s = SEQ_OK;
-                break;
-            }
-            if (s != SEQ_OK) break;
+        if ((s = refill(op)) == SEQ_END && pending != 0) {  // the short last cell
+            close_cell<Rule>(r, o++, a, q, pending);
+            pending = 0;
         }
+        bool closes;
+        if ((s = close_at_end(s, o, closes)) || closes) break;
         // Whole runs inside the open cell, with the read position in a
         // local, distinct values in a plain loop; the run that reaches the
         // cell's end goes the general way.
         if (pending != 0 && op.run_pos == 0) {
-            uint32_t i = op.chunk_pos;
-            for (const uint32_t end = op.chunk_count; i < end;) {
-                const uint64_t before_end = size == 0 ? kAllOnes : size - pending - 1;
-                const uint32_t m =
-                    single_runs(op, i, i + static_cast<uint32_t>(std::min<uint64_t>(end - i, before_end)));
-                for (uint32_t j = 0; j < m; ++j) Rule::fold(a, q, value_at<In>(op, i + j), 1);
-                pending += m;
-                i += m;
-                if (i == end) break;
-                const uint32_t n = stepwise_repeat(op, i);
-                if (size != 0 && n >= size - pending) break;
-                Rule::fold(a, q, value_at<In>(op, i), n);
-                pending += n;
-                ++i;
-            }
-            op.chunk_pos = static_cast<uint16_t>(i);
+            walk_whole_runs(
+                op, [&] { return size == 0 ? kAllOnes : size - pending - 1; },
+                [&](uint32_t i, uint32_t m) {
+                    for (uint32_t j = 0; j < m; ++j) Rule::fold(a, q, value_at<In>(op, i + j), 1);
+                    pending += m;
+                },
+                [&](uint32_t i, uint32_t n) {
+                    Rule::fold(a, q, value_at<In>(op, i), n);
+                    pending += n;
+                });
             if (exhausted(op)) continue;
         }
         const In v = current<In>(op);
@@ -192,7 +180,7 @@ zvq_seq_status grid_next(Rec& r) {
 
 template <class Rule>
 zvq_seq_status grid_make(Rec& r, Rec* op, uint64_t size, zvq_seq_next_fn next) {
-    if (zvq_seq_status s = bind_operand<typename Rule::Tag>(op)) return s;
+    if (zvq_seq_status s = open_operands<typename Rule::Tag>(op)) return s;
     init_record(r, shape_of<Double>, {next, zvq_seq_reset_unary_agg_iterator}, {op});
     auto& st = state_of<GridState<typename Rule::Acc>>(r);
     st.grid_size = size;

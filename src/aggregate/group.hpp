@@ -251,8 +251,7 @@ inline bool key_fits(const Rec* keys) { return keys->elem_size <= kGroupKeyRoom;
 // off, after the values have been marked.
 template <class Tag, class OutTag>
 zvq_seq_status group_make(Rec& r, Rec* values, Rec* keys, zvq_seq_next_fn next) {
-    if (!has_type<Tag>(values) || !key_fits(keys)) return SEQ_TYPE_MISMATCH;
-    if (zvq_seq_status s = bind({values})) return s;
+    if (zvq_seq_status s = open_operands(has_type<Tag>(values) && key_fits(keys), {values})) return s;
     if (keys->bound) return SEQ_ALREADY_BOUND;
     keys->bound = 1;
     init_record(r, shape_of<OutTag>, {next, zvq_seq_reset_binary_agg_iterator}, {values, keys});
@@ -263,8 +262,8 @@ zvq_seq_status group_make(Rec& r, Rec* values, Rec* keys, zvq_seq_next_fn next) 
 // Two value operands and the keys, all tested before any is marked.
 template <class Tag, class OutTag>
 zvq_seq_status group_make(Rec& r, Rec* a, Rec* b, Rec* keys, zvq_seq_next_fn next) {
-    if (!has_type<Tag>(a) || !has_type<Tag>(b) || !key_fits(keys)) return SEQ_TYPE_MISMATCH;
-    if (zvq_seq_status s = bind({a, b, keys})) return s;
+    const bool typed = has_type<Tag>(a) && has_type<Tag>(b) && key_fits(keys);
+    if (zvq_seq_status s = open_operands(typed, {a, b, keys})) return s;
     init_record(r, shape_of<OutTag>, {next, zvq_seq_reset_ternary_agg_iterator}, {a, b, keys});
     set_pending_count(r, 0);
     return SEQ_OK;

@@ -38,7 +38,7 @@ zvq_seq_status count_next(Rec& r) {
     for (uint32_t pos = keys.chunk_pos;; ++pos) {
         if (pos >= keys.chunk_count) {
             keys.chunk_pos = keys.chunk_count;
-            const zvq_seq_status s = keys.next(&keys);
+            const zvq_seq_status s = pull(keys);
             if (s == SEQ_END) {
                 if (i == 0 && pending == 0) return leave(SEQ_END);
                 if (pending != 0) deliver();
@@ -67,8 +67,7 @@ zvq_seq_status count_next(Rec& r) {
 }
 
 zvq_seq_status count_make(Rec& r, Rec* keys) {
-    if (!key_fits(keys)) return SEQ_TYPE_MISMATCH;
-    if (zvq_seq_status s = bind({keys})) return s;
+    if (zvq_seq_status s = open_operands(key_fits(keys), {keys})) return s;
     init_record(r, shape_of<Uint8>, {zvq_seq_group_agg_count_next, zvq_seq_reset_unary_agg_iterator}, {keys});
     set_pending_count(r, 0);
     return SEQ_OK;

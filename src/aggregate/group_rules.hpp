@@ -7,7 +7,7 @@
 #include <type_traits>
 
 #include "aggregate/group.hpp"
-#include "aggregate/run_terms.hpp"
+#include "core/fold_rules.hpp"
 #include "aggregate/whole_rules.hpp"
 
 namespace zvq {

@@ -33,13 +33,13 @@ struct MinMax {
     static zvq_seq_status next(Rec& r) {
         if (r.next_pos != 0) return SEQ_END;
         Rec& op = *r.operand[0];
-        zvq_seq_status s = op.next(&op);
+        zvq_seq_status s = pull(op);
         if (s != SEQ_OK) return s;
         C lo = static_cast<C>(value_at<In>(op, 0));
         C hi = lo;
         uint64_t runs = op.chunk_count;
         scan(op, 1, lo, hi);
-        while ((s = op.next(&op)) == SEQ_OK) {
+        while ((s = pull(op)) == SEQ_OK) {
             scan(op, 0, lo, hi);
             runs += op.chunk_count;
         }
@@ -54,8 +54,7 @@ struct MinMax {
     }
 
     static zvq_seq_status make(Rec& r, Rec* op, zvq_seq_next_fn next) {
-        if (!has_type<Tag>(op)) return SEQ_TYPE_MISMATCH;
-        if (zvq_seq_status s = bind({op})) return s;
+        if (zvq_seq_status s = open_operands<Tag>(op)) return s;
         init_record(r, shape_of<min_max_tag_t<Tag>>, {next, zvq_seq_reset_unary_iterator}, {op});
         return SEQ_OK;
     }

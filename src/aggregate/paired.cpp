@@ -5,7 +5,8 @@
 #include <cmath>
 #include <type_traits>
 
-#include "aggregate/run_terms.hpp"
+#include "core/fold_rules.hpp"
+#include "core/record.hpp"
 
 namespace zvq {
 namespace {
@@ -142,8 +143,7 @@ zvq_seq_status paired_merge(Rec& dst, const Rec& src) {
 template <class Rule>
 zvq_seq_status paired_make(Rec& r, Rec* x, Rec* y, zvq_seq_next_fn next, zvq_seq_merge_fn merge) {
     using Tag = typename Rule::Tag;
-    if (!has_type<Tag>(x) || !has_type<Tag>(y)) return SEQ_TYPE_MISMATCH;
-    if (zvq_seq_status s = bind({x, y})) return s;
+    if (zvq_seq_status s = open_operands<Tag, Tag>(x, y)) return s;
     init_record(r, shape_of<Double>, {next, zvq_seq_reset_binary_iterator, zvq_seq_prepare_aggregate, merge}, {x, y});
     r.prepared = 0;
     state_of<PairedState>(r).pair_count = 0;

@@ -19,13 +19,6 @@
 
 namespace zvq {
 
-// Constructor steps 1 to 3: the operand's type, then its binding.
-template <class Tag>
-inline zvq_seq_status bind_operand(Rec* op) {
-    if (!has_type<Tag>(op)) return SEQ_TYPE_MISMATCH;
-    return bind({op});
-}
-
 // Refills the record's chunk with one run of repeat 1 per operand element,
 // stepper(v) giving the output for the element v, up to the capacity of Out.
 // The stepper is an object holding the accumulators; it is worked on as a
@@ -35,7 +28,7 @@ inline zvq_seq_status bind_operand(Rec* op) {
 // published as runs of one, next_pos counting them.
 template <class Out, class In, class Stepper>
 zvq_seq_status emit_per_element(Rec& r, Stepper& stepper) {
-    constexpr uint32_t cap = 4096u / (sizeof(Out) + 1u);
+    constexpr uint32_t cap = value_capacity<Out>;
     Rec& op = *r.operand[0];
     Stepper step = stepper;
     uint32_t o = 0;
@@ -53,21 +46,16 @@ zvq_seq_status emit_per_element(Rec& r, Stepper& stepper) {
         // Whole runs that fit, with the read position in a local; a stretch
         // of distinct values goes through a plain loop over the values.
         if (op.run_pos == 0) {
-            uint32_t i = op.chunk_pos;
-            for (const uint32_t end = op.chunk_count; i < end;) {
-                const uint32_t m = single_runs(op, i, std::min(end, i + (cap - o)));
-                const uint8_t* from = op.chunk + size_t{i} * sizeof(In);
-                uint8_t* to = r.chunk + size_t{o} * sizeof(Out);
-                for (size_t j = 0; j < m; ++j) store<Out>(to + j * sizeof(Out), step(load<In>(from + j * sizeof(In))));
-                o += m;
-                i += m;
-                if (i == end || o == cap) break;
-                const uint32_t n = stepwise_repeat(op, i);
-                if (n > cap - o) break;
-                emit(value_at<In>(op, i), n);
-                ++i;
-            }
-            op.chunk_pos = static_cast<uint16_t>(i);
+            walk_whole_runs(
+                op, [&] { return cap - o; },
+                [&](uint32_t i, uint32_t m) {
+                    const uint8_t* from = op.chunk + size_t{i} * sizeof(In);
+                    uint8_t* to = r.chunk + size_t{o} * sizeof(Out);
+                    for (size_t j = 0; j < m; ++j)
+                        store<Out>(to + j * sizeof(Out), step(load<In>(from + j * sizeof(In))));
+                    o += m;
+                },
+                [&](uint32_t i, uint32_t n) { emit(value_at<In>(op, i), n); });
             if (exhausted(op) || o == cap) continue;
         }
         // A run begun by an earlier call, or one that fills the chunk.

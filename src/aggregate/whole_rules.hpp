@@ -1,4 +1,5 @@
-// The fold rules of the nine whole-sequence families. Each folds a run
+// The fold rules of the whole-sequence families that no other family
+// shares (Max, Min, Sum and Avg are in core/fold_rules.hpp). Each folds a run
 // (v, r) at once; none knows about chunks (the drivers are in whole.hpp).
 #pragma once
 
@@ -6,66 +7,9 @@
 #include <type_traits>
 
 #include "aggregate/whole.hpp"
+#include "core/fold_rules.hpp"
 
 namespace zvq {
-
-template <class T>
-struct RuleBase {
-    using Tag = T;
-};
-
-// ---- extremes: comparisons with NaN are false, so a NaN seed stays --------
-
-template <class T>
-struct Max : RuleBase<T> {
-    using In = value_t<T>;
-    using Out = T;
-    using Acc = In;
-    static bool wins(In v, Acc a) { return v > a; }
-    static void seed(Acc& a, double&, In v, uint8_t) { a = v; }
-    static void fold(Acc& a, double&, In v, uint8_t) {
-        if (wins(v, a)) a = v;
-    }
-    static void merge(Acc& a, Acc b) {
-        if (wins(b, a)) a = b;
-    }
-    static Acc result(Acc a, double, uint64_t) { return a; }
-};
-
-template <class T>
-struct Min : RuleBase<T> {
-    using In = value_t<T>;
-    using Out = T;
-    using Acc = In;
-    static bool wins(In v, Acc a) { return v < a; }
-    static void seed(Acc& a, double&, In v, uint8_t) { a = v; }
-    static void fold(Acc& a, double&, In v, uint8_t) {
-        if (wins(v, a)) a = v;
-    }
-    static void merge(Acc& a, Acc b) {
-        if (wins(b, a)) a = b;
-    }
-    static Acc result(Acc a, double, uint64_t) { return a; }
-};
-
-// ---- sum: integers add in 64 bits and wrap, floats add in double ----------
-
-template <class T>
-struct Sum : RuleBase<T> {
-    using In = value_t<T>;
-    using Out = wide_tag_t<T>;
-    using Acc = value_t<Out>;
-    static Acc add(Acc a, Acc b) {
-        if constexpr (is_floating<Out>)
-            return a + b;
-        else
-            return wrap_add<Acc>(a, b);
-    }
-    static void seed(Acc& a, double&, In v, uint8_t r) { a = run_product<T>(v, r); }
-    static void fold(Acc& a, double&, In v, uint8_t r) { a = add(a, run_product<T>(v, r)); }
-    static void merge(Acc& a, Acc b) { a = add(a, b); }
-    static Acc result(Acc a, double, uint64_t) { return a; }
-};
 
 // ---- product: pow per run, every step back through the truncating
 // conversion for integers, so large products lose low digits ---------------
@@ -86,34 +30,6 @@ struct Prd : RuleBase<T> {
     static void fold(Acc& a, double&, In v, uint8_t r) { a = narrow(power(v, r) * static_cast<double>(a)); }
     static void merge(Acc& a, Acc b) { a = narrow(static_cast<double>(a) * static_cast<double>(b)); }
     static Acc result(Acc a, double, uint64_t) { return a; }
-};
-
-// ---- average: double sum, except datetime which stays an integer ----------
-
-template <class T>
-struct Avg : RuleBase<T> {
-    using In = value_t<T>;
-    static constexpr bool kDatetime = T::kind == Kind::Datetime;
-    using Out = std::conditional_t<kDatetime, Datetime, Double>;
-    using Acc = value_t<Out>;
-    static Acc widen(In v, uint8_t r) { return static_cast<Acc>(run_product<T>(v, r)); }
-    static Acc add(Acc a, Acc b) {
-        if constexpr (kDatetime)
-            return wrap_add<Acc>(a, b);
-        else
-            return a + b;
-    }
-    static void seed(Acc& a, double&, In v, uint8_t r) { a = widen(v, r); }
-    static void fold(Acc& a, double&, In v, uint8_t r) { a = add(a, widen(v, r)); }
-    static void merge(Acc& a, Acc b) { a = add(a, b); }
-    static Acc result(Acc a, double, uint64_t n) {
-        if constexpr (kDatetime) {
-            if (n == 0) raise_fpe();  // only a merge of two empty parts gets here
-            return a / n;
-        } else {
-            return a / static_cast<double>(n);
-        }
-    }
 };
 
 // ---- the variance family: plain sum and sum of squares, in double ---------

@@ -253,7 +253,7 @@ zvq_seq_status window_reset(Rec& r) {
 
 template <class Rule>
 zvq_seq_status window_make(Rec& r, Rec* op, uint64_t size, zvq_seq_next_fn next, zvq_seq_next_fn reset) {
-    if (zvq_seq_status s = bind_operand<typename Rule::Tag>(op)) return s;
+    if (zvq_seq_status s = open_operands<typename Rule::Tag>(op)) return s;
     // After binding: a refused size leaves the operand bound.
     if (size > kRingEntries<typename Rule::In>) return SEQ_BAD_ARGUMENT;
     init_record(r, shape_of<typename Rule::Out>, {next, reset}, {op});

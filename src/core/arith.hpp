@@ -9,6 +9,16 @@
 #include <limits>
 #include <type_traits>
 
+// Hot loops (the whole-sequence fold, the hashing of many slots) are built
+// twice on x86-64 with GCC, once for AVX2, and the loader picks one: the
+// baseline has no 32-bit lane multiply and no lane sign extension, which the
+// integer run products and the hash need.
+#if defined(__x86_64__) && defined(__GNUC__) && !defined(__clang__)
+#define ZVQ_FOLD_CLONES __attribute__((target_clones("avx2", "default")))
+#else
+#define ZVQ_FOLD_CLONES
+#endif
+
 namespace zvq {
 
 // Unsigned type at least as wide as T and as int, so that small operands are

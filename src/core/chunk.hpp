@@ -76,6 +76,10 @@ inline uint32_t capacity_of(const Rec& r) {
         return capacity<Tag>;
 }
 
+// Positions (uint8 slots) a chunk holds: the bound of every operator that
+// answers with element positions.
+inline constexpr uint32_t kPositionCapacity = capacity<Uint8>;
+
 inline bool exhausted(const Rec& r) { return r.chunk_pos >= r.chunk_count; }
 
 // One pull by a reader: next, then chunk_pos to 0 on success.
@@ -88,13 +92,17 @@ inline zvq_seq_status pull(Rec& r) {
 // Step 1 of the reading rule: pull only when the chunk is used up.
 inline zvq_seq_status refill(Rec& r) { return exhausted(r) ? pull(r) : SEQ_OK; }
 
-// Step 1 for a producer that has written `written` results of its chunk:
-// the operand's end then closes the chunk (`closes` set, SEQ_OK returned)
-// rather than end the call; any other status but SEQ_OK is the call's.
-inline zvq_seq_status refill_or_close(Rec& r, uint32_t written, bool& closes) {
-    const zvq_seq_status s = refill(r);
+// A producer that has written `written` results of its chunk: an operand's
+// end then closes the chunk (`closes` set, SEQ_OK returned) rather than end
+// the call; any other status but SEQ_OK is the call's.
+inline zvq_seq_status close_at_end(zvq_seq_status s, uint64_t written, bool& closes) {
     closes = s == SEQ_END && written != 0;
     return closes ? SEQ_OK : s;
+}
+
+// Step 1 for such a producer.
+inline zvq_seq_status refill_or_close(Rec& r, uint64_t written, bool& closes) {
+    return close_at_end(refill(r), written, closes);
 }
 
 template <class V>
@@ -106,13 +114,16 @@ inline uint8_t current_repeat(const Rec& r) { return repeat_at(r, r.chunk_pos); 
 // Elements of the current run not yet taken, in 8 bits.
 inline uint8_t remainder(const Rec& r) { return static_cast<uint8_t>(current_repeat(r) - r.run_pos); }
 
+// Moves on to the next run, whatever of the current one is left.
+inline void next_run(Rec& r) {
+    r.run_pos = 0;
+    ++r.chunk_pos;
+}
+
 // Take k elements of the current run (k at most the remainder, or 1).
 inline void take(Rec& r, uint8_t k) {
     r.run_pos = static_cast<uint8_t>(r.run_pos + k);
-    if (r.run_pos == current_repeat(r)) {
-        r.run_pos = 0;
-        ++r.chunk_pos;
-    }
+    if (r.run_pos == current_repeat(r)) next_run(r);
 }
 
 // Elements of the current run that a reader taking one at a time gets before
@@ -142,11 +153,33 @@ inline uint32_t single_runs(const Rec& r, uint32_t from, uint32_t to) {
 // that k calls of take(r, 1) leave, in one step.
 inline void take_stepwise(Rec& r, uint32_t k) {
     if (k == stepwise_remainder(r)) {
-        r.run_pos = 0;
-        ++r.chunk_pos;
+        next_run(r);
     } else {
         r.run_pos = static_cast<uint8_t>(r.run_pos + k);
     }
+}
+
+// The stepwise walk over whole runs, for a reader standing at a run's start:
+// runs are taken whole as one-by-one reading takes them (a repeat byte of 0
+// is 256 elements), the read position in a local. room() is how many
+// elements may still be taken; a stretch of distinct values goes to
+// singles(i, m) in one call, any other run to run(i, n), n its length. Stops
+// at the chunk's end or before a run longer than room(), and stores the
+// read position back.
+template <class Room, class Singles, class Run>
+[[gnu::always_inline]] inline void walk_whole_runs(Rec& op, Room&& room, Singles&& singles, Run&& run) {
+    uint32_t i = op.chunk_pos;
+    for (const uint32_t end = op.chunk_count; i < end;) {
+        const uint32_t m = single_runs(op, i, i + static_cast<uint32_t>(std::min<uint64_t>(end - i, room())));
+        singles(i, m);
+        i += m;
+        if (i == end) break;
+        const uint32_t n = stepwise_repeat(op, i);
+        if (n > room()) break;
+        run(i, n);
+        ++i;
+    }
+    op.chunk_pos = static_cast<uint16_t>(i);
 }
 
 // A reader's place in a record held in locals, for a loop that takes many
@@ -235,11 +268,42 @@ inline zvq_seq_status refill_each(const std::array<Rec*, N>& ops) {
     return SEQ_OK;
 }
 
+// Step 1 for a producer reading several operands in step.
+template <size_t N>
+inline zvq_seq_status refill_or_close(const std::array<Rec*, N>& ops, uint64_t written, bool& closes) {
+    return close_at_end(refill_each(ops), written, closes);
+}
+
 template <size_t N>
 inline bool any_exhausted(const std::array<Rec*, N>& ops) {
     for (const Rec* op : ops)
         if (exhausted(*op)) return true;
     return false;
+}
+
+// Runs, at most `room`, over which operands that stand at the start of runs
+// with equal repeat bytes pair up run for run: there the run-by-run rule
+// takes each run whole in step, so a stretch of them can be taken at once.
+// 0 where an operand stands inside a run, or where a record is given twice:
+// it reads through one cursor, and only the run-by-run rule keeps its order
+// of moves.
+template <size_t N>
+inline uint32_t aligned_stretch(const std::array<Rec*, N>& ops, uint32_t room) {
+    uint32_t m = room;
+    for (size_t a = 0; a < N; ++a) {
+        if (ops[a]->run_pos != 0) return 0;
+        for (size_t b = a + 1; b < N; ++b)
+            if (ops[a] == ops[b]) return 0;
+        m = std::min(m, uint32_t{ops[a]->chunk_count} - ops[a]->chunk_pos);
+    }
+    for (size_t k = 1; k < N; ++k) m = equal_repeats(*ops[0], ops[0]->chunk_pos, *ops[k], ops[k]->chunk_pos, m);
+    return m;
+}
+
+// Moves every operand past k whole runs.
+template <size_t N>
+inline void advance_runs(const std::array<Rec*, N>& ops, uint32_t k) {
+    for (Rec* op : ops) op->chunk_pos = static_cast<uint16_t>(op->chunk_pos + k);
 }
 
 // Marks a walk whose aligned runs are visited one by one.
@@ -251,31 +315,21 @@ struct EachRun {};
 // visit returns false to stop before the overlap is taken; walk_in_step then
 // returns false with no operand moved past it.
 //
-// Where all operands stand at the start of runs whose repeat bytes agree, a
-// stretch of m such runs is one overlap per run: the same overlaps as the
-// run-by-run rule, walked with local indexes. runs(at, m) may take such a
-// stretch at once and return how many runs it took (fewer: it stopped);
-// EachRun visits them one by one. A record given twice reads through one
-// cursor, so only the run-by-run rule serves it. With Whole false every
-// overlap takes the run-by-run way, for a visit that calls out anyway.
+// Over an aligned stretch of m runs (aligned_stretch) each run is one
+// overlap: the same overlaps as the run-by-run rule, walked with local
+// indexes. runs(at, m) may take such a stretch at once and return how many
+// runs it took (fewer: it stopped); EachRun visits them one by one. With
+// Whole false every overlap takes the run-by-run way, for a visit that calls
+// out anyway.
 //
 // Inlined into its caller, so that what visit accumulates stays in registers.
 template <size_t N, bool Whole = true, class Visit, class Runs = EachRun>
 [[gnu::always_inline]] inline bool walk_in_step(const std::array<Rec*, N>& ops, Visit&& visit, Runs&& runs = {}) {
-    bool distinct = Whole;
-    for (size_t a = 0; a < N; ++a)
-        for (size_t b = a + 1; b < N; ++b) distinct &= ops[a] != ops[b];
     for (;;) {
-        bool whole_runs = distinct;
-        for (const Rec* op : ops) whole_runs &= op->run_pos == 0;
-        if (whole_runs) {
+        const uint32_t m = Whole ? aligned_stretch(ops, ~uint32_t{0}) : 0;
+        if (m != 0) {
             std::array<uint32_t, N> at;
-            uint32_t m = ~uint32_t{0};
-            for (size_t k = 0; k < N; ++k) {
-                at[k] = ops[k]->chunk_pos;
-                m = std::min(m, uint32_t{ops[k]->chunk_count} - at[k]);
-            }
-            for (size_t k = 1; k < N; ++k) m = equal_repeats(*ops[0], at[0], *ops[k], at[k], m);
+            for (size_t k = 0; k < N; ++k) at[k] = ops[k]->chunk_pos;
             uint32_t j = 0;
             if constexpr (std::is_same_v<std::remove_cvref_t<Runs>, EachRun>) {
                 for (; j < m; ++j) {
@@ -284,14 +338,12 @@ template <size_t N, bool Whole = true, class Visit, class Runs = EachRun>
                     if (!visit(slot, repeat_at(*ops[0], slot[0]), true)) break;
                 }
             } else {
-                j = m != 0 ? runs(at, m) : 0;
+                j = runs(at, m);
             }
             for (size_t k = 0; k < N; ++k) ops[k]->chunk_pos = static_cast<uint16_t>(at[k] + j);
             if (j < m) return false;
-            if (m != 0) {
-                if (any_exhausted(ops)) return true;
-                continue;
-            }
+            if (any_exhausted(ops)) return true;
+            continue;
         }
         std::array<uint32_t, N> slot;
         uint8_t n = 255;

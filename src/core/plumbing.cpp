@@ -24,8 +24,7 @@ struct ThinState {
 
 template <class Tag>
 zvq_seq_status thin_make(Rec& r, Rec* op, uint64_t start, uint64_t step, zvq_seq_next_fn next) {
-    if (!has_type<Tag>(op)) return SEQ_TYPE_MISMATCH;
-    if (zvq_seq_status s = bind({op})) return s;
+    if (zvq_seq_status s = open_operands<Tag>(op)) return s;
     init_record(r, shape_of_record(*op), {next, zvq_seq_reset_unary_iterator}, {op});
     state_of<ThinState>(r) = {start, step, 0};
     return SEQ_OK;
@@ -46,9 +45,9 @@ zvq_seq_status thin_next(Rec& r) {
         while (target >= op.next_pos || exhausted(op)) {
             st.source_pos = op.next_pos;
             op.run_pos = 0;  // the rest of a partly taken run is skipped with its chunk
-            const zvq_seq_status s = pull(op);
-            if (s != SEQ_OK) {
-                if (s != SEQ_END || i == 0) return s;
+            bool closes;
+            if (const zvq_seq_status s = close_at_end(pull(op), i, closes)) return s;
+            if (closes) {
                 r.next_pos += i;
                 r.chunk_count = static_cast<uint16_t>(i);
                 return SEQ_OK;
@@ -58,8 +57,7 @@ zvq_seq_status thin_next(Rec& r) {
             const uint64_t run_end = st.source_pos - op.run_pos + current_repeat(op);
             if (target < run_end) break;
             st.source_pos = run_end;
-            op.run_pos = 0;
-            ++op.chunk_pos;
+            next_run(op);
             if (exhausted(op)) break;
         }
         if (exhausted(op)) continue;
@@ -86,8 +84,7 @@ struct RepeatState {
 
 template <class Tag>
 zvq_seq_status repeat_make(Rec& r, Rec* op, int32_t count, zvq_seq_next_fn next) {
-    if (!has_type<Tag>(op)) return SEQ_TYPE_MISMATCH;
-    if (zvq_seq_status s = bind({op})) return s;
+    if (zvq_seq_status s = open_operands<Tag>(op)) return s;
     init_record(r, shape_of_record(*op), {next, zvq_seq_reset_repeat_iterator}, {op});
     state_of<RepeatState>(r).repeat_count = count;
     return SEQ_OK;
@@ -96,7 +93,7 @@ zvq_seq_status repeat_make(Rec& r, Rec* op, int32_t count, zvq_seq_next_fn next)
 // Multiplies repeat bytes in 8 bits; the wrap (128 x 2 = 0) is the result.
 zvq_seq_status repeat_next(Rec& r) {
     Rec& op = *r.operand[0];
-    if (zvq_seq_status s = op.next(&op)) return s;
+    if (zvq_seq_status s = pull(op)) return s;
     const uint32_t n = op.chunk_count;
     const auto factor = static_cast<uint64_t>(state_of<RepeatState>(r).repeat_count);
     std::memcpy(r.chunk, op.chunk, size_t{n} * r.elem_size);
@@ -133,13 +130,11 @@ zvq_seq_status limit_next(Rec& r) {
     if (cap == 0 || r.last_pos < r.next_pos) return SEQ_END;
     const uint32_t w = r.elem_size;
     for (uint32_t i = 0; i < cap; ++i) {
-        if (exhausted(op)) {
-            const zvq_seq_status s = pull(op);
-            if (s == SEQ_END && i != 0) {
-                r.chunk_count = static_cast<uint16_t>(i);
-                return SEQ_OK;
-            }
-            if (s != SEQ_OK) return s;
+        bool closes;
+        if (const zvq_seq_status s = refill_or_close(op, i, closes)) return s;
+        if (closes) {
+            r.chunk_count = static_cast<uint16_t>(i);
+            return SEQ_OK;
         }
         std::memcpy(r.chunk + i * w, op.chunk + op.chunk_pos * w, w);
         const uint8_t rep = static_cast<uint8_t>(current_repeat(op) - (i == 0 ? skip : 0));
@@ -237,8 +232,7 @@ ZVQ_ASSERT_PENDING_COUNT(SkipNanState);
 
 template <class Tag>
 zvq_seq_status skip_nan_make(Rec& r, Rec* op, zvq_seq_next_fn next) {
-    if (!has_type<Tag>(op)) return SEQ_TYPE_MISMATCH;
-    if (zvq_seq_status s = bind({op})) return s;
+    if (zvq_seq_status s = open_operands<Tag>(op)) return s;
     init_record(r, shape_of<Tag>, {next, zvq_seq_reset_unary_agg_iterator}, {op});
     state_of<SkipNanState>(r).pending_count = 0;
     return SEQ_OK;

@@ -1,18 +1,11 @@
 // The public pull functions: how a caller reads the root of a tree.
+#include <algorithm>
 #include <cstring>
 
 #include "core/record.hpp"
 
 namespace zvq {
 namespace {
-
-template <class Tag>
-size_t width_of(const Rec& r) {
-    if constexpr (is_char<Tag>)
-        return r.elem_size;
-    else
-        return sizeof(value_t<Tag>);
-}
 
 template <class Tag>
 zvq_seq_status check_reader(const Rec& r) {
@@ -25,14 +18,14 @@ template <class Tag>
 zvq_seq_status next_one(Rec& r, value_t<Tag>* out) {
     if (zvq_seq_status s = check_reader<Tag>(r)) return s;
     if (zvq_seq_status s = refill(r)) return s;
-    const size_t w = width_of<Tag>(r);
+    const size_t w = value_width<Tag>(r);
     std::memcpy(out, r.chunk + r.chunk_pos * w, w);
     take(r, 1);
     return SEQ_OK;
 }
 
-// Expands runs. Delivers a whole remainder at once; a repeat byte of 0
-// delivers 256 elements, as one-by-one reading would.
+// Expands runs. Delivers a whole remainder at once, as one-by-one reading
+// would take it (256 elements for a repeat byte of 0).
 template <class Tag>
 zvq_seq_status get_many(Rec& r, value_t<Tag>* out, uint64_t* count) {
     if (zvq_seq_status s = check_reader<Tag>(r)) return s;
@@ -41,18 +34,14 @@ zvq_seq_status get_many(Rec& r, value_t<Tag>* out, uint64_t* count) {
         *count = 0;
         return SEQ_OK;
     }
-    const size_t w = width_of<Tag>(r);
+    const size_t w = value_width<Tag>(r);
     auto* dst = reinterpret_cast<uint8_t*>(out);
     uint64_t got = 0;
     while (got < n) {
-        if (exhausted(r)) {
-            const zvq_seq_status s = pull(r);
-            if (s == SEQ_END && got != 0) break;
-            if (s != SEQ_OK) return s;
-        }
-        const uint8_t rem = remainder(r);
-        const uint64_t left = rem == 0 ? 256 : rem;
-        const uint64_t k = left < n - got ? left : n - got;
+        bool closes;
+        if (const zvq_seq_status s = refill_or_close(r, got, closes)) return s;
+        if (closes) break;
+        const uint64_t k = std::min<uint64_t>(stepwise_remainder(r), n - got);
         const uint8_t* src = r.chunk + r.chunk_pos * w;
         if constexpr (is_char<Tag>) {
             for (uint64_t j = 0; j < k; ++j) std::memcpy(dst + (got + j) * w, src, w);
@@ -61,7 +50,7 @@ zvq_seq_status get_many(Rec& r, value_t<Tag>* out, uint64_t* count) {
             for (uint64_t j = 0; j < k; ++j) out[got + j] = v;
         }
         got += k;
-        take(r, static_cast<uint8_t>(k));
+        take_stepwise(r, static_cast<uint32_t>(k));
     }
     *count = got;
     return SEQ_OK;
@@ -77,17 +66,16 @@ zvq_seq_status get_nullable(Rec& r, value_t<Tag>* out, uint64_t* count, uint64_t
         *count = 0;
         return SEQ_OK;
     }
-    const size_t w = width_of<Tag>(r);
+    const size_t w = value_width<Tag>(r);
     auto* dst = reinterpret_cast<uint8_t*>(out);
     uint64_t got = 0;
     while (got < n) {
-        if (exhausted(r)) {
-            const zvq_seq_status s = pull(r);
-            if (s != SEQ_OK) {
-                *count = got;
-                return s == SEQ_END && got != 0 ? SEQ_OK : s;
-            }
+        bool closes;
+        if (const zvq_seq_status s = refill_or_close(r, got, closes)) {
+            *count = got;
+            return s;
         }
+        if (closes) break;
         const uint64_t avail = r.chunk_count - r.chunk_pos;
         const uint64_t k = avail < n - got ? avail : n - got;
         std::memcpy(dst + got * w, r.chunk + r.chunk_pos * w, k * w);

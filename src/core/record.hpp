@@ -56,6 +56,27 @@ inline zvq_seq_status bind(std::initializer_list<Rec*> operands) {
     return SEQ_OK;
 }
 
+// Steps 1 to 3 in one: the type tests (all of them, folded into `typed`),
+// then the bindings. A constructor that tests more than element types
+// (a key width, char widths that must agree) passes the whole test here.
+inline zvq_seq_status open_operands(bool typed, std::initializer_list<Rec*> operands) {
+    if (!typed) return SEQ_TYPE_MISMATCH;
+    return bind(operands);
+}
+
+// Two char operands whose values are read side by side must be of one width.
+template <class Tag>
+inline bool same_width(const Rec& a, const Rec& b) {
+    return !is_char<Tag> || a.elem_size == b.elem_size;
+}
+
+// The same for operands of types Tags, one each, in order.
+template <class... Tags, class... Ops>
+inline zvq_seq_status open_operands(Ops*... operands) {
+    static_assert(sizeof...(Tags) == sizeof...(Ops), "one type per operand");
+    return open_operands((has_type<Tags>(operands) && ...), {operands...});
+}
+
 struct Shape {
     uint16_t elem_size;
     uint8_t elem_type;

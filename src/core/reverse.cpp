@@ -5,6 +5,7 @@
 #include <algorithm>
 #include <cstring>
 
+#include "core/known_count.hpp"
 #include "core/record.hpp"
 
 namespace zvq {
@@ -41,27 +42,14 @@ void reverse_in_place(uint8_t* items, uint64_t count, size_t width) {
 // Reset its zvq_seq_reverse_T_reset.
 template <class Tag, auto Get, auto Unget, zvq_seq_next_fn Reset>
 struct Reverse {
-    static size_t width(const Rec& r) {
-        if constexpr (is_char<Tag>)
-            return r.elem_size;
-        else
-            return sizeof(value_t<Tag>);
-    }
-
     // Run j of the operand becomes run n - 1 - j, repeat byte and all.
     static void mirror_runs(Rec& r, const Rec& op) {
         const uint32_t n = op.chunk_count;
-        const size_t w = width(r);
+        const size_t w = value_width<Tag>(r);
         for (uint32_t j = 0; j < n; ++j) {
             std::memcpy(slot_ptr(r, n - 1 - j), slot_ptr(op, j), w);
             set_repeat(r, n - 1 - j, repeat_at(op, j));
         }
-    }
-
-    static zvq_seq_status count_of(Rec& op, uint64_t& count) {
-        Rec counter{};
-        zvq_seq_agg_count(&counter, &op);
-        return zvq_seq_next_uint8(&counter, &count);
     }
 
     static zvq_seq_status read(Rec& op, uint8_t* items, uint64_t* count) {
@@ -82,11 +70,10 @@ struct Reverse {
     // source over it. `runs` is the first chunk, already mirrored.
     static zvq_seq_status long_way(Rec& r, Rec& op, uint16_t runs) {
         if (zvq_seq_status s = op.reset(&op)) return s;
-        uint64_t count = 0;
-        if (zvq_seq_status s = count_of(op, count)) return s;
+        const uint64_t count = count_elements(op);
         // A buffer left by an earlier failed attempt is not referenced.
         zvq_seq_free_buffer(&r);
-        auto* items = static_cast<uint8_t*>(zvq_seq_alloc_buffer(&r, count * width(r)));
+        auto* items = static_cast<uint8_t*>(zvq_seq_alloc_buffer(&r, count * value_width<Tag>(r)));
         if (items == nullptr) return SEQ_NOMEM;
         zvq_seq_status s = op.reset(&op);
         uint64_t got = count;
@@ -98,7 +85,7 @@ struct Reverse {
             r.chunk_count = runs;
             return SEQ_OK;
         }
-        reverse_in_place<Tag>(items, count, width(r));
+        reverse_in_place<Tag>(items, count, value_width<Tag>(r));
         // unget's constructor clears bound, but a record that feeds another
         // stays bound for good.
         const uint8_t bound = r.bound;
@@ -133,14 +120,8 @@ zvq_seq_status reverse_reset(Rec& r, zvq_seq_next_fn next) {
 
 template <class Tag>
 zvq_seq_status reverse_make(Rec& r, Rec* op, zvq_seq_next_fn next) {
-    if (!has_type<Tag>(op)) return SEQ_TYPE_MISMATCH;
-    if (zvq_seq_status s = bind({op})) return s;
-    Shape shape;
-    if constexpr (is_char<Tag>)
-        shape = char_shape(op->elem_size);
-    else
-        shape = shape_of<Tag>;
-    init_record(r, shape, {next, zvq_seq_reset_unary_iterator}, {op});
+    if (zvq_seq_status s = open_operands<Tag>(op)) return s;
+    init_record(r, shape_like<Tag>(*op), {next, zvq_seq_reset_unary_iterator}, {op});
     // The long way frees before it allocates, so the field must not be stale.
     r.buffer = nullptr;
     return SEQ_OK;

@@ -2,6 +2,7 @@
 // sequences.
 #include <cstring>
 
+#include "core/known_count.hpp"
 #include "core/record.hpp"
 
 namespace zvq {
@@ -100,14 +101,10 @@ zvq_seq_status join_next(Rec& r) {
         case kJoinFresh:
             if ((s = meta.first_sequence(&meta)) != SEQ_OK) return s;
             st.phase = kJoinReading;
-            inner.chunk_pos = 0;
-            s = inner.next(&inner);
+            s = pull(inner);
             break;
         default:
-            if (exhausted(inner)) {
-                inner.chunk_pos = 0;
-                s = inner.next(&inner);
-            }
+            s = refill(inner);
             break;
     }
     uint32_t i = 0;
@@ -136,10 +133,14 @@ zvq_seq_status join_next(Rec& r) {
             r.chunk_count = static_cast<uint16_t>(i);
             return SEQ_OK;
         }
-        inner.chunk_pos = 0;
-        s = inner.next(&inner);
+        s = pull(inner);
     }
 }
+
+// An array knows its size: all ones + 1 counts an empty one 0.
+uint64_t array_count(Rec& op) { return op.last_pos + 1; }
+
+[[maybe_unused]] const bool counts_array = register_known_count(zvq_seq_unget_reset, array_count);
 
 }  // namespace
 }  // namespace zvq

@@ -104,9 +104,11 @@ inline constexpr bool is_integer = is_signed_int<Tag> || is_unsigned_int<Tag>;
 template <class Tag>
 using value_t = typename Tag::value_type;
 
-// Runs a chunk holds for a fixed-size element type.
+// Runs a chunk holds for a fixed-size value type, and for an element type.
+template <class V>
+inline constexpr uint32_t value_capacity = 4096u / (sizeof(V) + 1u);
 template <class Tag>
-inline constexpr uint32_t capacity = 4096u / (sizeof(value_t<Tag>) + 1u);
+inline constexpr uint32_t capacity = value_capacity<value_t<Tag>>;
 
 inline constexpr uint32_t char_capacity(uint32_t elem_size) { return 4096u / (elem_size + 1u); }
 

@@ -90,31 +90,21 @@ template <class Cell>
 zvq_seq_status binary_next(Rec& r) {
     Rec& left = *r.operand[0];
     Rec& right = *r.operand[1];
+    const std::array<Rec*, 2> ops = {&left, &right};
     const uint32_t bound = Cell::bound(r);
     uint32_t i = 0;
     while (i < bound) {
-        zvq_seq_status s = refill(left);
-        if (s == SEQ_OK) s = refill(right);
-        if (s != SEQ_OK) {
-            if (s == SEQ_END && i != 0) break;
-            return s;
-        }
+        bool closes;
+        if (const zvq_seq_status s = refill_or_close(ops, i, closes)) return s;
+        if (closes) break;
 
-        // One record on both sides reads through one cursor; only the
-        // run-by-run rule keeps its order of moves.
-        if (&left != &right && (left.run_pos | right.run_pos) == 0) {
-            const uint32_t m = std::min({uint32_t{left.chunk_count} - left.chunk_pos,
-                                         uint32_t{right.chunk_count} - right.chunk_pos, bound - i});
-            const uint32_t k = equal_repeats(left, left.chunk_pos, right, right.chunk_pos, m);
-            if (k != 0) {
-                Cell::put_many(r, i, left, left.chunk_pos, right, right.chunk_pos, k);
-                std::memcpy(repeat_block(r, i, k), repeat_block(left, left.chunk_pos, k), k);
-                r.next_pos += repeat_sum(r, i, i + k);
-                left.chunk_pos = static_cast<uint16_t>(left.chunk_pos + k);
-                right.chunk_pos = static_cast<uint16_t>(right.chunk_pos + k);
-                i += k;
-                continue;
-            }
+        if (const uint32_t k = aligned_stretch(ops, bound - i)) {
+            Cell::put_many(r, i, left, left.chunk_pos, right, right.chunk_pos, k);
+            std::memcpy(repeat_block(r, i, k), repeat_block(left, left.chunk_pos, k), k);
+            r.next_pos += repeat_sum(r, i, i + k);
+            advance_runs(ops, k);
+            i += k;
+            continue;
         }
 
         Cell::put(r, i, left, left.chunk_pos, right, right.chunk_pos);
@@ -133,8 +123,7 @@ zvq_seq_status binary_next(Rec& r) {
 // OutTag.
 template <class InTag, class OutTag>
 zvq_seq_status binary_make(Rec& r, Rec* left, Rec* right, zvq_seq_next_fn next) {
-    if (!has_type<InTag>(left) || !has_type<InTag>(right)) return SEQ_TYPE_MISMATCH;
-    if (zvq_seq_status s = bind({left, right})) return s;
+    if (zvq_seq_status s = open_operands<InTag, InTag>(left, right)) return s;
     init_record(r, shape_of<OutTag>, {next, zvq_seq_reset_binary_iterator}, {left, right});
     return SEQ_OK;
 }

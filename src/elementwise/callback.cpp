@@ -8,7 +8,7 @@
 #include <type_traits>
 
 #include "elementwise/binary.hpp"
-#include "elementwise/unary.hpp"
+#include "core/unary.hpp"
 
 namespace zvq {
 namespace {
@@ -105,8 +105,7 @@ void keep_callback(Rec& r, Fn fn, void* ctx) {
 
 template <class Tag, Form F, class Fn>
 zvq_seq_status callback_make(Rec& r, Rec* op, zvq_seq_next_fn next, Fn fn, void* ctx) {
-    if (!has_type<Tag>(op)) return SEQ_TYPE_MISMATCH;
-    if (zvq_seq_status s = bind({op})) return s;
+    if (zvq_seq_status s = open_operands<Tag>(op)) return s;
     if (fn == nullptr) return SEQ_BAD_ARGUMENT;
     init_record(r, shape_like<callback_out_t<Tag, F>>(*op), {next, zvq_seq_reset_unary_iterator}, {op});
     keep_callback(r, fn, ctx);
@@ -116,9 +115,8 @@ zvq_seq_status callback_make(Rec& r, Rec* op, zvq_seq_next_fn next, Fn fn, void*
 // char operands must have one width, which the result takes.
 template <class Tag, class Fn>
 zvq_seq_status callback2_make(Rec& r, Rec* left, Rec* right, zvq_seq_next_fn next, Fn fn, void* ctx) {
-    if (!has_type<Tag>(left) || !has_type<Tag>(right)) return SEQ_TYPE_MISMATCH;
-    if (is_char<Tag> && left->elem_size != right->elem_size) return SEQ_TYPE_MISMATCH;
-    if (zvq_seq_status s = bind({left, right})) return s;
+    const bool typed = has_type<Tag>(left) && has_type<Tag>(right) && same_width<Tag>(*left, *right);
+    if (zvq_seq_status s = open_operands(typed, {left, right})) return s;
     if (fn == nullptr) return SEQ_BAD_ARGUMENT;
     init_record(r, shape_like<Tag>(*left), {next, zvq_seq_reset_binary_iterator}, {left, right});
     keep_callback(r, fn, ctx);

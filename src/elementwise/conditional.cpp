@@ -11,39 +11,12 @@
 // if interleaves two streams: only the chosen operand and the condition move,
 // by the smaller of their remainders; the other stream waits.
 #include <algorithm>
+#include <array>
 
 #include "elementwise/binary.hpp"
 
 namespace zvq {
 namespace {
-
-template <class Tag>
-void copy_value(Rec& r, uint32_t i, const Rec& src, uint32_t from) {
-    if constexpr (is_char<Tag>)
-        std::memcpy(slot_ptr(r, i), slot_ptr(src, from), r.elem_size);
-    else
-        set_value<value_t<Tag>>(r, i, value_at<value_t<Tag>>(src, from));
-}
-
-// Condition, then second, then third; SEQ_END once runs are made ends the
-// chunk.
-inline zvq_seq_status refill_three(Rec& cond, Rec& a, Rec& b) {
-    zvq_seq_status s = refill(cond);
-    if (s == SEQ_OK) s = refill(a);
-    if (s == SEQ_OK) s = refill(b);
-    return s;
-}
-
-// Runs at the head of all three chunks whose repeat bytes agree, each
-// operand at a run start: there the per-run rule takes each run whole, so a
-// stretch of them is selected in one pass.
-inline uint32_t aligned_runs(const Rec& cond, const Rec& a, const Rec& b, uint32_t room) {
-    if ((cond.run_pos | a.run_pos | b.run_pos) != 0 || &cond == &a || &cond == &b || &a == &b) return 0;
-    const uint32_t m = std::min({uint32_t{cond.chunk_count} - cond.chunk_pos, uint32_t{a.chunk_count} - a.chunk_pos,
-                                 uint32_t{b.chunk_count} - b.chunk_pos, room});
-    const uint32_t k = equal_repeats(cond, cond.chunk_pos, a, a.chunk_pos, m);
-    return equal_repeats(cond, cond.chunk_pos, b, b.chunk_pos, k);
-}
 
 template <class Tag>
 void select_aligned(Rec& r, uint32_t i, Rec& cond, Rec& a, Rec& b, uint32_t k) {
@@ -63,7 +36,7 @@ void select_aligned(Rec& r, uint32_t i, Rec& cond, Rec& a, Rec& b, uint32_t k) {
     }
     std::memcpy(repeat_block(r, i, k), repeat_block(cond, cond.chunk_pos, k), k);
     r.next_pos += repeat_sum(r, i, i + k);
-    for (Rec* op : {&cond, &a, &b}) op->chunk_pos = static_cast<uint16_t>(op->chunk_pos + k);
+    advance_runs(std::array<Rec*, 3>{&cond, &a, &b}, k);
 }
 
 // One output run of the value chosen by the condition, k elements long.
@@ -81,7 +54,8 @@ Rec& put_chosen(Rec& r, uint32_t i, Rec& cond, Rec& a, Rec& b, uint8_t k) {
 struct Aligned {
     template <class Tag>
     static uint32_t step(Rec& r, uint32_t i, Rec& cond, Rec& a, Rec& b, uint32_t room) {
-        if (const uint32_t k = aligned_runs(cond, a, b, room)) {
+        // A stretch of aligned runs is selected in one pass.
+        if (const uint32_t k = aligned_stretch(std::array<Rec*, 3>{&cond, &a, &b}, room)) {
             select_aligned<Tag>(r, i, cond, a, b, k);
             return k;
         }
@@ -114,12 +88,12 @@ zvq_seq_status select_next(Rec& r) {
     Rec& a = *r.operand[1];
     Rec& b = *r.operand[2];
     const uint32_t cap = capacity_of<Tag>(r);
+    const std::array<Rec*, 3> ops = {&cond, &a, &b};
     uint32_t i = 0;
     while (i < cap) {
-        if (zvq_seq_status s = refill_three(cond, a, b)) {
-            if (s == SEQ_END && i != 0) break;
-            return s;
-        }
+        bool closes;
+        if (const zvq_seq_status s = refill_or_close(ops, i, closes)) return s;
+        if (closes) break;
         i += Rule::template step<Tag>(r, i, cond, a, b, cap - i);
     }
     r.chunk_count = static_cast<uint16_t>(i);
@@ -128,9 +102,8 @@ zvq_seq_status select_next(Rec& r) {
 
 template <class Tag>
 zvq_seq_status select_make(Rec& r, Rec* cond, Rec* a, Rec* b, zvq_seq_next_fn next, zvq_seq_next_fn reset) {
-    if (!has_type<Uint1>(cond) || !has_type<Tag>(a) || !has_type<Tag>(b)) return SEQ_TYPE_MISMATCH;
-    if (is_char<Tag> && a->elem_size != b->elem_size) return SEQ_TYPE_MISMATCH;
-    if (zvq_seq_status s = bind({cond, a, b})) return s;
+    const bool typed = has_type<Uint1>(cond) && has_type<Tag>(a) && has_type<Tag>(b) && same_width<Tag>(*a, *b);
+    if (zvq_seq_status s = open_operands(typed, {cond, a, b})) return s;
     init_record(r, shape_like<Tag>(*a), {next, reset}, {cond, a, b});
     return SEQ_OK;
 }

@@ -3,7 +3,7 @@
 // pair share one next and one reset.
 #include "core/arith.hpp"
 #include "core/types.hpp"
-#include "elementwise/unary.hpp"
+#include "core/unary.hpp"
 
 namespace zvq {
 namespace {

@@ -12,7 +12,7 @@
 #include <algorithm>
 #include <cstring>
 
-#include "elementwise/unary.hpp"
+#include "core/unary.hpp"
 
 namespace zvq {
 namespace {
@@ -129,8 +129,7 @@ void build_skip_table(MatchState& st) {
 }
 
 zvq_seq_status match_make(Rec& r, Rec* op, const char* pattern) {
-    if (!has_type<Char>(op)) return SEQ_TYPE_MISMATCH;
-    if (zvq_seq_status s = bind({op})) return s;
+    if (zvq_seq_status s = open_operands<Char>(op)) return s;
     if (pattern == nullptr) return SEQ_BAD_ARGUMENT;
     init_record(r, shape_of<Uint1>, {zvq_seq_match_next, zvq_seq_reset_unary_iterator}, {op});
     MatchState& st = state_of<MatchState>(r);

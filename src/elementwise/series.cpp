@@ -4,7 +4,7 @@
 #include <cmath>
 
 #include "core/arith.hpp"
-#include "elementwise/unary.hpp"
+#include "core/unary.hpp"
 
 namespace zvq {
 namespace {
@@ -50,8 +50,7 @@ zvq_seq_status diff_next(Rec& r) {
             set_value<V>(r, i, V(0));
             set_repeat(r, i, rest);
             r.next_pos += rest;
-            op.run_pos = 0;
-            ++op.chunk_pos;
+            next_run(op);
         }
         ++i;
     }

@@ -2,7 +2,7 @@
 #include <bit>
 
 #include "core/arith.hpp"
-#include "elementwise/unary.hpp"
+#include "core/unary.hpp"
 
 namespace zvq {
 namespace {

@@ -1,35 +1,14 @@
 // Approximate distinct counts: agg_approxdc over a whole sequence (with its
-// merge), agg_approxdc_hash over ready hashes, group_agg_approxdc(_hash) per
-// stretch of equal adjacent keys, and hash_agg_approxdc, one register set per
-// hash group, kept in the table's key blocks.
-#include "hash/approxdc.hpp"
-
+// merge), agg_approxdc_hash over ready hashes, and hash_agg_approxdc, one
+// register set per hash group, kept in the table's key blocks. The form per
+// group of adjacent keys is beside the group loop (aggregate/group_approxdc.cpp).
 #include <algorithm>
-#include <cmath>
 #include <cstring>
 
-#include "aggregate/group.hpp"
-#include "core/arith.hpp"
+#include "core/approx_registers.hpp"
 #include "hash/hash_agg.hpp"
 
 namespace zvq {
-
-int64_t approximate_distinct_count(const uint8_t* registers) {
-    double sum = 0.0;
-    uint32_t zeros = 0;
-    for (uint32_t i = 0; i < kApproxRegisters; ++i) {
-        // 1 / 2^r, exact, as the sum of at most 128 such terms is.
-        sum += std::ldexp(1.0, -static_cast<int>(registers[i]));
-        zeros += registers[i] == 0 ? 1u : 0u;
-    }
-    const double estimate = 11718.991761634348 / sum;  // alpha m^2 for m = 128
-    if (estimate <= 320.0 && zeros > 0) return trunc_to_i64(128.0 * std::log(128.0 / zeros));
-    // 2^32 - 1, not 2^32: a set that full takes the logarithm of zero or
-    // less, and the truncation of that gives 0 in the low 32 bits.
-    if (estimate > 143165576.5) return trunc_to_i64(-4294967295.0 * std::log(1.0 - estimate / 4294967295.0));
-    return trunc_to_i64(estimate);
-}
-
 namespace {
 
 // ---- over a whole sequence -------------------------------------------------
@@ -46,7 +25,7 @@ zvq_seq_status fold_sequence(Rec& op, uint8_t* registers) {
     constexpr uint32_t kWindow = 256;
     uint32_t hashes[kWindow];
     zvq_seq_status s;
-    while ((s = op.next(&op)) == SEQ_OK) {
+    while ((s = pull(op)) == SEQ_OK) {
         for (uint32_t from = 0; from < op.chunk_count; from += kWindow) {
             const uint32_t n = std::min<uint32_t>(op.chunk_count - from, kWindow);
             if constexpr (kPrehashed)
@@ -98,88 +77,8 @@ zvq_seq_status approx_make(Rec& r, Rec* input) {
 }
 
 zvq_seq_status approx_hash_make(Rec& r, Rec* hashes) {
-    if (!has_type<Uint4>(hashes)) return SEQ_TYPE_MISMATCH;
-    if (zvq_seq_status s = bind({hashes})) return s;
+    if (zvq_seq_status s = open_operands<Uint4>(hashes)) return s;
     init_record(r, shape_of<Uint4>, {zvq_seq_agg_approxdc_hash_next, zvq_seq_reset_unary_iterator}, {hashes});
-    return SEQ_OK;
-}
-
-// ---- per group of adjacent keys ----------------------------------------------
-
-// The key at the last key run's start, then the registers of the group in
-// progress. A key that is not 1, 2, 4 or 8 bytes wide is compared in place
-// and kept in approx_key when it fits there; a wider one is refused by next.
-struct GroupApproxState {
-    uint64_t reserved;
-    uint64_t pending_count;
-    uint8_t approx_key[40];
-    uint8_t approx_registers[kApproxRegisters];
-};
-ZVQ_ASSERT_PENDING_COUNT(GroupApproxState);
-
-// The hash a fold takes: the value's own, or the element of ready hashes.
-template <bool kPrehashed>
-struct SlotHash {
-    uint32_t hash;
-};
-
-}  // namespace
-
-template <>
-inline SlotHash<false> group_input<SlotHash<false>>(const Rec& op, uint32_t slot) {
-    return {slot_hash<false>(op, slot)};
-}
-template <>
-inline SlotHash<true> group_input<SlotHash<true>>(const Rec& op, uint32_t slot) {
-    return {slot_hash<true>(op, slot)};
-}
-
-namespace {
-
-// One register update per fold, whatever the run's length: a repeated value
-// cannot change a register. A group starts from cleared registers.
-template <bool kPrehashed>
-struct GroupApprox {
-    using Out = Uint4;
-    using In = SlotHash<kPrehashed>;
-    static constexpr size_t kValues = 1;
-    struct Held {
-        uint8_t registers[kApproxRegisters];
-    };
-    static Held load(const Rec& r) {
-        Held h;
-        std::memcpy(h.registers, state_of<GroupApproxState>(r).approx_registers, kApproxRegisters);
-        return h;
-    }
-    static void save(Rec& r, const Held& h) {
-        std::memcpy(state_of<GroupApproxState>(r).approx_registers, h.registers, kApproxRegisters);
-    }
-    static KeyStore key_store(Rec& r) {
-        uint8_t* key = state_of<GroupApproxState>(r).approx_key;
-        return {key, key, sizeof GroupApproxState::approx_key};
-    }
-    static void seed(Held& h, uint8_t, In v) {
-        std::memset(h.registers, 0, kApproxRegisters);
-        approx_update(h.registers, v.hash);
-    }
-    static void fold(Held& h, uint8_t, In v) { approx_update(h.registers, v.hash); }
-    static uint32_t result(const Held& h, uint64_t) { return approx_result(h.registers); }
-};
-
-// The ready-hash form has no wide path: a key of another width compares its
-// first 8 bytes as one word.
-class WordKeys : public GroupKeys {
-   public:
-    WordKeys(const KeyStore& store, uint16_t width) : GroupKeys(store, width, OtherWidths::Words) {}
-};
-
-// The keys are neither tested nor marked: they may be bound elsewhere later.
-template <bool kPrehashed>
-zvq_seq_status group_approx_make(Rec& r, Rec* values, Rec* keys, zvq_seq_next_fn next) {
-    if (kPrehashed && !has_type<Uint4>(values)) return SEQ_TYPE_MISMATCH;
-    if (zvq_seq_status s = bind({values})) return s;
-    init_record(r, shape_of<Uint4>, {next, zvq_seq_reset_binary_agg_iterator}, {values, keys});
-    set_pending_count(r, 0);
     return SEQ_OK;
 }
 
@@ -235,21 +134,6 @@ zvq_seq_status zvq_seq_agg_approxdc_hash(zvq_seq_iterator* result, zvq_seq_itera
     return zvq::approx_hash_make(*result, hashes);
 }
 zvq_seq_status zvq_seq_agg_approxdc_hash_next(zvq_seq_iterator* it) { return zvq::approx_hash_next(*it); }
-
-zvq_seq_status zvq_seq_group_agg_approxdc(zvq_seq_iterator* result, zvq_seq_iterator* values,
-                                          zvq_seq_iterator* keys) {
-    return zvq::group_approx_make<false>(*result, values, keys, zvq_seq_group_agg_approxdc_next);
-}
-zvq_seq_status zvq_seq_group_agg_approxdc_next(zvq_seq_iterator* it) {
-    return zvq::group_next<zvq::GroupApprox<false>>(*it);
-}
-zvq_seq_status zvq_seq_group_agg_approxdc_hash(zvq_seq_iterator* result, zvq_seq_iterator* hashes,
-                                               zvq_seq_iterator* keys) {
-    return zvq::group_approx_make<true>(*result, hashes, keys, zvq_seq_group_agg_approxdc_hash_next);
-}
-zvq_seq_status zvq_seq_group_agg_approxdc_hash_next(zvq_seq_iterator* it) {
-    return zvq::group_next<zvq::GroupApprox<true>, zvq::WordKeys>(*it);
-}
 
 zvq_seq_status zvq_seq_hash_agg_approxdc(zvq_seq_iterator* agg_result, zvq_seq_iterator* grp_result,
                                          zvq_seq_iterator* values, zvq_seq_iterator* keys, uint64_t size) {

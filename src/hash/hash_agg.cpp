@@ -6,7 +6,7 @@
 #include <new>
 
 #include "hash/hash_agg_rules.hpp"
-#include "hash/murmur.hpp"
+#include "core/murmur.hpp"
 
 namespace zvq {
 

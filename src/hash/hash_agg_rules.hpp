@@ -1,47 +1,35 @@
 // The folds of the hash aggregate families: max, min, sum and avg of a value
-// per key, and the count of elements per key. Max and min are the
-// whole-sequence rules themselves; sum and avg differ from those in how a
-// run's product is formed.
+// per key, and the count of elements per key. Max and min are the shared
+// rules themselves; sum and avg widen before they multiply (wide_product).
 #pragma once
 
 #include <cstring>
 
-#include "aggregate/whole_rules.hpp"
+#include "core/fold_rules.hpp"
 #include "hash/hash_agg.hpp"
 
 namespace zvq {
-
-// v times n for a hash group: an integer is widened to 64 bits before the
-// multiplication (a 4-byte product does not wrap at 32 bits as in a
-// whole-sequence sum); a float run still multiplies in single precision.
-template <class Tag>
-inline wide_t<Tag> widened_product(value_t<Tag> v, uint8_t n) {
-    if constexpr (is_floating<Tag>)
-        return run_product<Tag>(v, n);
-    else
-        return wrap_mul<wide_t<Tag>>(static_cast<wide_t<Tag>>(v), n);
-}
 
 template <class T>
 struct HashSum : Sum<T> {
     using typename Sum<T>::In;
     using typename Sum<T>::Acc;
-    static void seed(Acc& a, double&, In v, uint8_t n) { a = widened_product<T>(v, n); }
-    static void fold(Acc& a, double&, In v, uint8_t n) { a = Sum<T>::add(a, widened_product<T>(v, n)); }
+    static void seed(Acc& a, double&, In v, uint8_t n) { a = wide_product<T>(v, n); }
+    static void fold(Acc& a, double&, In v, uint8_t n) { a = Sum<T>::add(a, wide_product<T>(v, n)); }
 };
 
-// The product of a signed value becomes a double as an unsigned number, so a
-// negative value adds about 2^64: that is this family's average, kept so.
+// A signed product becomes a double as an unsigned number (unsigned_reading),
+// so a negative value adds about 2^64: that is this family's average, kept
+// so. Datetime sums stay integers.
 template <class T>
 struct HashAvg : Avg<T> {
     using typename Avg<T>::In;
     using typename Avg<T>::Acc;
     static Acc widen(In v, uint8_t n) {
-        const wide_t<T> p = widened_product<T>(v, n);
-        if constexpr (is_signed_int<T>)
-            return static_cast<double>(static_cast<uint64_t>(p));
+        if constexpr (Avg<T>::kDatetime)
+            return wide_product<T>(v, n);
         else
-            return static_cast<Acc>(p);
+            return unsigned_reading<T>(v, n);
     }
     static void seed(Acc& a, double&, In v, uint8_t n) { a = widen(v, n); }
     static void fold(Acc& a, double&, In v, uint8_t n) { a = Avg<T>::add(a, widen(v, n)); }

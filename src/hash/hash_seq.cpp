@@ -1,6 +1,6 @@
 // zvq_seq_hash: one 32-bit hash per run, optionally seeded by a second
 // sequence of hashes.
-#include "hash/murmur.hpp"
+#include "core/murmur.hpp"
 #include "core/record.hpp"
 
 namespace zvq {
@@ -25,8 +25,9 @@ zvq_seq_status hash_next(Rec& r) {
     while (i < limit) {
         zvq_seq_status s = refill(input);
         if (s == SEQ_OK && seed != nullptr) s = refill(*seed);
-        if (s == SEQ_END && i > 0) break;
-        if (s != SEQ_OK) return s;
+        bool closes;
+        if ((s = close_at_end(s, i, closes))) return s;
+        if (closes) break;
         if (seed == nullptr) {
             // The whole run, however much of it a reader already took.
             const uint8_t n = current_repeat(input);

@@ -4,7 +4,7 @@
 #include <new>
 
 #include "core/arith.hpp"
-#include "hash/murmur.hpp"
+#include "core/murmur.hpp"
 
 extern "C" {
 

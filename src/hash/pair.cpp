@@ -1,5 +1,6 @@
 // The pair of iterators around one table: their shared reset, their identity
 // and the release of the table and the pair.
+#include "core/known_count.hpp"
 #include "hash/hash_table.hpp"
 
 namespace zvq {
@@ -21,6 +22,15 @@ uint32_t free_pair(Rec& it) {
     drop_pair(it, pair);
     return 1;
 }
+
+// The table's entry count is valid once the first pull has built it.
+uint64_t entry_count(Rec& op) {
+    const bool pulled = pull(op) == SEQ_OK;
+    const HashPair* pair = state_of<HashAggState>(op).pair;
+    return pulled && pair != nullptr && pair->table != nullptr ? pair->table->count : 0;
+}
+
+[[maybe_unused]] const bool counts_entries = register_known_count(zvq_seq_hash_agg_reset, entry_count);
 
 }  // namespace
 }  // namespace zvq

@@ -61,11 +61,9 @@ zvq_seq_status walk_next(Rec& r) {
     Walk walk(r);
     uint32_t count = 0;
     while (count < cap) {
-        if (exhausted(ts1)) {
-            const zvq_seq_status s = pull(ts1);
-            if (s == SEQ_END && count != 0) break;
-            if (s != SEQ_OK) return s;
-        }
+        bool closes;
+        if (const zvq_seq_status s = refill_or_close(ts1, count, closes)) return s;
+        if (closes) break;
         const K t = current<K>(ts1);
         if (walk.st.ts2_ended || t < walk.st.next_key) {
             fill_slots<V>(r, count, cap, walk.settled(t));
@@ -83,8 +81,7 @@ zvq_seq_status walk_next(Rec& r) {
 // Types, then bindings, then the record; the operator sets its own state.
 template <class KeyTag, class ValueTag>
 zvq_seq_status align_make(Rec& r, Rec* ts1, Rec* ts2, Rec* values, const Fns& fns) {
-    if (!has_type<KeyTag>(ts1) || !has_type<KeyTag>(ts2) || !has_type<ValueTag>(values)) return SEQ_TYPE_MISMATCH;
-    if (zvq_seq_status s = bind({ts1, ts2, values})) return s;
+    if (zvq_seq_status s = open_operands<KeyTag, KeyTag, ValueTag>(ts1, ts2, values)) return s;
     init_record(r, shape_of<ValueTag>, fns, {ts1, ts2, values});
     return SEQ_OK;
 }

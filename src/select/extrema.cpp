@@ -9,8 +9,6 @@
 namespace zvq {
 namespace {
 
-inline constexpr uint32_t kPositionCapacity = capacity<Uint8>;
-
 // The driver of both families. A rule sees one run at a time:
 //     explicit Rule(Rec&)                 loads what it keeps from the state
 //     bool step(V v, uint8_t r, uint64_t& position_out)   true to report one
@@ -104,8 +102,7 @@ struct CrossRule {
 
 template <class Tag>
 zvq_seq_status cross_make(Rec& r, Rec* input, int32_t direction, zvq_seq_next_fn next) {
-    if (!has_type<Tag>(input)) return SEQ_TYPE_MISMATCH;
-    if (zvq_seq_status s = bind({input})) return s;
+    if (zvq_seq_status s = open_operands<Tag>(input)) return s;
     init_record(r, shape_of<Uint8>, {next, zvq_seq_cross_reset_iterator}, {input});
     state_of<CrossState>(r) = {0, direction, 0, 0};
     return SEQ_OK;
@@ -169,8 +166,7 @@ struct ExtremaRule {
 
 template <class Tag>
 zvq_seq_status extrema_make(Rec& r, Rec* input, int32_t kind, zvq_seq_next_fn next, zvq_seq_next_fn reset) {
-    if (!has_type<Tag>(input)) return SEQ_TYPE_MISMATCH;
-    if (zvq_seq_status s = bind({input})) return s;
+    if (zvq_seq_status s = open_operands<Tag>(input)) return s;
     init_record(r, shape_of<Uint8>, {next, reset}, {input});
     ExtremaState<Tag>& st = state_of<ExtremaState<Tag>>(r);
     st.extremum_kind = kind;

@@ -5,7 +5,6 @@
 #include <cstring>
 
 #include "core/record.hpp"
-#include "elementwise/binary.hpp"
 
 namespace zvq {
 namespace {
@@ -20,12 +19,12 @@ uint32_t filter_aligned(Rec& r, uint32_t count, const Rec& cond, const Rec& inpu
     const size_t w = value_width<Tag>(input);
     const uint8_t* flags = cond.chunk + cond.chunk_pos;
     const uint8_t* values = input.chunk + input.chunk_pos * w;
-    const uint8_t* repeats = input.chunk + 4096u - input.chunk_pos;  // run j's at repeats[-1 - j]
+    const uint32_t at = input.chunk_pos;
     uint8_t* out = r.chunk;
     const uint32_t first = count;
     auto one = [&](uint32_t j, uint8_t flag, uint8_t rep) {
         std::memcpy(out + count * w, values + j * w, w);
-        out[4095u - count] = rep;
+        set_repeat(r, count, rep);
         count += flag != 0;
     };
     uint32_t j = 0;
@@ -33,11 +32,11 @@ uint32_t filter_aligned(Rec& r, uint32_t count, const Rec& cond, const Rec& inpu
         const uint64_t eight = load<uint64_t>(flags + j);
         if (eight == 0) continue;
         // Run j + e has its repeat byte at byte 7 - e of this word.
-        const uint64_t reps = load<uint64_t>(repeats - j - 8);
+        const uint64_t reps = load<uint64_t>(repeat_block(input, at + j, 8));
         for (uint32_t e = 0; e < 8; ++e)
             one(j + e, static_cast<uint8_t>(eight >> (8 * e)), static_cast<uint8_t>(reps >> (8 * (7 - e))));
     }
-    for (; j < k; ++j) one(j, flags[j], repeats[-1 - static_cast<ptrdiff_t>(j)]);
+    for (; j < k; ++j) one(j, flags[j], repeat_at(input, at + j));
     r.next_pos += repeat_sum(r, first, count);
     return count - first;
 }
@@ -67,27 +66,18 @@ zvq_seq_status filter_next(Rec& r) {
     Rec& input = *r.operand[1];
     const uint32_t cap = capacity_of<Tag>(r);
     if (cap == 0) return SEQ_END;  // a char wider than the chunk
+    // cond first, so that at a common end it is cond that reports it.
+    const std::array<Rec*, 2> ops = {&cond, &input};
     uint32_t count = 0;
     while (count < cap) {
-        // cond first, so that at a common end it is cond that reports it.
-        zvq_seq_status s = refill(cond);
-        if (s == SEQ_OK) s = refill(input);
-        if (s != SEQ_OK) {
-            if (s == SEQ_END && count != 0) break;
-            return s;
-        }
+        bool closes;
+        if (const zvq_seq_status s = refill_or_close(ops, count, closes)) return s;
+        if (closes) break;
 
-        // One record on both sides reads through one cursor: run by run only.
-        if (&cond != &input && (cond.run_pos | input.run_pos) == 0) {
-            const uint32_t m = std::min({uint32_t{cond.chunk_count} - cond.chunk_pos,
-                                         uint32_t{input.chunk_count} - input.chunk_pos, cap - count});
-            const uint32_t k = equal_repeats(cond, cond.chunk_pos, input, input.chunk_pos, m);
-            if (k != 0) {
-                count += filter_aligned<Tag>(r, count, cond, input, k);
-                cond.chunk_pos = static_cast<uint16_t>(cond.chunk_pos + k);
-                input.chunk_pos = static_cast<uint16_t>(input.chunk_pos + k);
-                continue;
-            }
+        if (const uint32_t k = aligned_stretch(ops, cap - count)) {
+            count += filter_aligned<Tag>(r, count, cond, input, k);
+            advance_runs(ops, k);
+            continue;
         }
 
         if (current<uint8_t>(cond) == 0 && &cond != &input) {
@@ -110,8 +100,7 @@ zvq_seq_status filter_next(Rec& r) {
 
 template <class Tag>
 zvq_seq_status filter_make(Rec& r, Rec* cond, Rec* input, zvq_seq_next_fn next) {
-    if (!has_type<Uint1>(cond) || !has_type<Tag>(input)) return SEQ_TYPE_MISMATCH;
-    if (zvq_seq_status s = bind({cond, input})) return s;
+    if (zvq_seq_status s = open_operands<Uint1, Tag>(cond, input)) return s;
     init_record(r, shape_like<Tag>(*input), {next, zvq_seq_reset_binary_iterator}, {cond, input});
     return SEQ_OK;
 }

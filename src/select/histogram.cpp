@@ -50,7 +50,7 @@ zvq_seq_status histogram_next(Rec& r) {
     zvq_memnull(r.chunk, uint64_t{n} * 8);
     Rec& op = *r.operand[0];
     for (;;) {
-        const zvq_seq_status s = op.next(&op);
+        const zvq_seq_status s = pull(op);
         if (s != SEQ_OK) {
             // The counts are published whatever ended the read.
             publish_singles(r, n);

@@ -26,11 +26,9 @@ zvq_seq_status map_next(Rec& r) {
     uint64_t base = state_of<MapState>(r).map_pos;
     uint32_t count = 0;
     while (count < cap) {
-        if (exhausted(positions)) {
-            const zvq_seq_status s = pull(positions);
-            if (s == SEQ_END && count != 0) break;
-            if (s != SEQ_OK) return s;
-        }
+        bool closes;
+        if (const zvq_seq_status s = refill_or_close(positions, count, closes)) return s;
+        if (closes) break;
         // One run is one position: its repeat byte is not read.
         const uint64_t p = current<uint64_t>(positions);
         ++positions.chunk_pos;
@@ -40,8 +38,7 @@ zvq_seq_status map_next(Rec& r) {
         // no run to stand on.)
         while (p >= input.next_pos || input.chunk_count == 0) {
             const uint64_t start = input.next_pos;
-            input.chunk_pos = 0;
-            if (zvq_seq_status s = input.next(&input)) return s;
+            if (zvq_seq_status s = pull(input)) return s;
             base = start;
         }
         if (p < base) return SEQ_BAD_ORDER;
@@ -74,8 +71,7 @@ zvq_seq_status map_next(Rec& r) {
 
 template <class Tag>
 zvq_seq_status map_make(Rec& r, Rec* input, Rec* positions, zvq_seq_next_fn next) {
-    if (!has_type<Uint8>(positions) || !has_type<Tag>(input)) return SEQ_TYPE_MISMATCH;
-    if (zvq_seq_status s = bind({positions, input})) return s;
+    if (zvq_seq_status s = open_operands<Uint8, Tag>(positions, input)) return s;
     init_record(r, shape_like<Tag>(*input), {next, zvq_seq_map_reset}, {positions, input});
     state_of<MapState>(r).map_pos = 0;
     return SEQ_OK;

@@ -102,8 +102,7 @@ zvq_seq_status union_next(Rec& r) {
 
 template <class Tag>
 zvq_seq_status union_make(Rec& r, Rec* left, Rec* right, uint32_t order, zvq_seq_next_fn next) {
-    if (!has_type<Tag>(left) || !has_type<Tag>(right)) return SEQ_TYPE_MISMATCH;
-    if (zvq_seq_status s = bind({left, right})) return s;
+    if (zvq_seq_status s = open_operands<Tag, Tag>(left, right)) return s;
     init_record(r, shape_of<Tag>, {next, zvq_seq_reset_union_iterator}, {left, right});
     state_of<UnionState>(r) = {0, 0, order};
     return SEQ_OK;
@@ -154,30 +153,20 @@ struct LastValue<Char> {
     void save(Rec&) const {}
 };
 
-template <class Tag>
-inline uint32_t width_of(const Rec& r) {
-    if constexpr (is_char<Tag>)
-        return r.elem_size;
-    else
-        return Tag::size;
-}
-
 // Filtering starts with the second refill after construction or reset:
 // next_pos is still 0 throughout the first, whose duplicates all go out.
 template <class Tag>
 zvq_seq_status unique_next(Rec& r) {
     Rec& op = *r.operand[0];
     const uint32_t cap = capacity_of<Tag>(r);
-    const uint32_t w = width_of<Tag>(r);
+    const size_t w = value_width<Tag>(r);
     const bool filtering = r.next_pos != 0;
     LastValue<Tag> last(r);
     uint32_t count = 0;
     zvq_seq_status s = SEQ_OK;
     while (count < cap) {
-        if (exhausted(op)) {
-            s = pull(op);
-            if (s != SEQ_OK) break;
-        }
+        bool closes;
+        if ((s = refill_or_close(op, count, closes)) || closes) break;
         // At most one output per run, so cap - count runs cannot overfill.
         const uint32_t from = op.chunk_pos;
         const uint32_t to = from + std::min<uint32_t>(cap - count, op.chunk_count - from);
@@ -191,23 +180,17 @@ zvq_seq_status unique_next(Rec& r) {
         op.chunk_pos = static_cast<uint16_t>(to);
     }
     last.save(r);
-    if (s != SEQ_OK && (s != SEQ_END || count == 0)) return s;
+    if (s != SEQ_OK) return s;
     publish_singles(r, count);
     return SEQ_OK;
 }
 
 template <class Tag>
 zvq_seq_status unique_make(Rec& r, Rec* input, zvq_seq_next_fn next) {
-    if (!has_type<Tag>(input)) return SEQ_TYPE_MISMATCH;
-    Shape shape;
-    if constexpr (is_char<Tag>) {
-        if (input->elem_size > kUniqueCharWidth) return SEQ_TYPE_MISMATCH;
-        shape = shape_of_record(*input);
-    } else {
-        shape = shape_of<Tag>;
-    }
-    if (zvq_seq_status s = bind({input})) return s;
-    init_record(r, shape, {next, zvq_seq_reset_unary_agg_iterator}, {input});
+    // A char key wider than the state's copy cannot be compared across chunks.
+    const bool typed = has_type<Tag>(input) && !(is_char<Tag> && input->elem_size > kUniqueCharWidth);
+    if (zvq_seq_status s = open_operands(typed, {input})) return s;
+    init_record(r, shape_like<Tag>(*input), {next, zvq_seq_reset_unary_agg_iterator}, {input});
     return SEQ_OK;
 }
 

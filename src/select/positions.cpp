@@ -12,8 +12,6 @@
 namespace zvq {
 namespace {
 
-constexpr uint32_t kPositionCapacity = capacity<Uint8>;
-
 struct FilterPosState {
     uint64_t start_pos;  // where a reset returns to
     uint64_t scan_pos;   // position of the next flag to examine
@@ -24,33 +22,22 @@ zvq_seq_status filter_pos_next(Rec& r) {
     FilterPosState& st = state_of<FilterPosState>(r);
     uint32_t count = 0;
     while (count < kPositionCapacity) {
-        if (exhausted(in)) {
-            const zvq_seq_status s = pull(in);
-            if (s == SEQ_END && count != 0) break;
-            if (s != SEQ_OK) return s;
-        }
+        bool closes;
+        if (const zvq_seq_status s = refill_or_close(in, count, closes)) return s;
+        if (closes) break;
         if (current<uint8_t>(in) == 0) {
             // A false run costs one step, whatever its length.
             st.scan_pos += current_repeat(in);
-            in.run_pos = 0;
-            ++in.chunk_pos;
+            next_run(in);
             continue;
         }
-        // A true run gives one position per element and may end the chunk
-        // inside it. A repeat byte of 0 stands for 256, as one-by-one reading
-        // takes it.
-        const uint8_t rem = remainder(in);
-        const uint32_t left = rem == 0 ? 256u : rem;
-        const uint32_t k = std::min(left, kPositionCapacity - count);
+        // A true run gives one position per element, as one-by-one reading
+        // takes it, and may end the chunk inside it.
+        const uint32_t k = std::min(stepwise_remainder(in), kPositionCapacity - count);
         for (uint32_t j = 0; j < k; ++j) set_value<uint64_t>(r, count + j, st.scan_pos + j);
         st.scan_pos += k;
         count += k;
-        if (k == left) {
-            in.run_pos = 0;
-            ++in.chunk_pos;
-        } else {
-            in.run_pos = static_cast<uint8_t>(in.run_pos + k);
-        }
+        take_stepwise(in, k);
     }
     publish_singles(r, count);
     return SEQ_OK;
@@ -78,12 +65,12 @@ zvq_seq_status first_pos_next(Rec& r) {
     uint32_t count = 0;
     for (;;) {
         if (i >= in.chunk_count) {
-            s = pull(in);
-            if (s == SEQ_END && count != 0) {
+            bool closes;
+            if ((s = close_at_end(pull(in), count, closes))) return s;
+            if (closes) {
                 publish_singles(r, count);
                 return SEQ_OK;
             }
-            if (s != SEQ_OK) return s;
             i = 0;
         }
         const volatile uint8_t* flag = in.chunk + i;
@@ -149,8 +136,7 @@ uint64_t greatest_first_pos(const Rec& r, const Path* up) {
 }
 
 zvq_seq_status filter_pos_make(Rec& r, Rec* input) {
-    if (!has_type<Uint1>(input)) return SEQ_TYPE_MISMATCH;
-    if (zvq_seq_status s = bind({input})) return s;
+    if (zvq_seq_status s = open_operands<Uint1>(input)) return s;
     init_record(r, shape_of<Uint8>, {zvq_seq_filter_pos_next, zvq_seq_filter_pos_reset}, {input});
     state_of<FilterPosState>(r) = {0, 0};
     return SEQ_OK;

@@ -19,8 +19,6 @@ struct TopState {
     uint64_t listed;  // positions kept by a position family, past the first chunk in `buffer`
 };
 
-constexpr uint32_t kPositionCapacity = capacity<Uint8>;
-
 // The sorted list of at most `limit` values at `values` (a chunk's value area
 // or a local array), with their positions beside them when `positions` is
 // not null. Among equal values the older stays ahead.
@@ -66,7 +64,7 @@ template <class V, class List>
 zvq_seq_status scan_runs(Rec& op, List& list) {
     uint64_t run_index = 0;
     zvq_seq_status s;
-    while ((s = op.next(&op)) == SEQ_OK) {
+    while ((s = pull(op)) == SEQ_OK) {
         const uint32_t k = op.chunk_count;
         for (uint32_t i = 0; i < k && list.limit != 0; ++i) {
             if (list.count == list.limit && (i = list.first_beating(op.chunk, i, k)) == k) break;
@@ -185,8 +183,7 @@ zvq_seq_status top_pos_next(Rec& r) {
 // The limit of N is the capacity of T, for the position families too.
 template <class Tag>
 zvq_seq_status top_make(Rec& r, Rec* input, uint64_t n, Shape shape, const Fns& fns) {
-    if (!has_type<Tag>(input)) return SEQ_TYPE_MISMATCH;
-    if (zvq_seq_status s = bind({input})) return s;
+    if (zvq_seq_status s = open_operands<Tag>(input)) return s;
     if (n > capacity<Tag>) return SEQ_BAD_ARGUMENT;
     init_record(r, shape, fns, {input});
     state_of<TopState>(r) = {n, 0};

@@ -1,7 +1,7 @@
 // Approximate distinct counts: the register update, the estimator's ranges,
 // the whole-sequence forms with their merge, one register set per group of
 // adjacent keys, and one per hash group.
-#include "hash/approxdc.hpp"
+#include "core/approx_registers.hpp"
 
 #include <array>
 #include <cmath>

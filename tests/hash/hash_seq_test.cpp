@@ -4,7 +4,7 @@
 #include <tuple>
 #include <vector>
 
-#include "hash/murmur.hpp"
+#include "core/murmur.hpp"
 #include "support/scripted_source.hpp"
 
 namespace zvq {

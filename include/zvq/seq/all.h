@@ -5,6 +5,7 @@
 #include "zvq/seq/aggregate_cumulative.h"
 #include "zvq/seq/aggregate_grid.h"
 #include "zvq/seq/aggregate_group.h"
+#include "zvq/seq/aggregate_group_approxdc.h"
 #include "zvq/seq/aggregate_group_weighted.h"
 #include "zvq/seq/aggregate_paired.h"
 #include "zvq/seq/aggregate_rolling.h"

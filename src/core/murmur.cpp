@@ -1,11 +1,11 @@
 // Hashing many slots at once: one loop per width, apart from everything
 // else, so that it vectorises (on x86-64 with GCC also built for AVX2, which
 // has the 32-bit lane multiply).
-#include "hash/murmur.hpp"
+#include "core/murmur.hpp"
 
 #include <cstddef>
 
-#include "aggregate/whole.hpp"  // ZVQ_FOLD_CLONES
+#include "core/arith.hpp"
 
 namespace zvq {
 namespace {

@@ -8,7 +8,7 @@
 #include <cstdint>
 
 #include "core/chunk.hpp"
-#include "hash/murmur.hpp"
+#include "core/murmur.hpp"
 
 namespace zvq {
 

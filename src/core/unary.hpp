@@ -64,8 +64,7 @@ zvq_seq_status unary_next(Rec& r) {
 // InTag, no state.
 template <class OutTag, class InTag>
 zvq_seq_status unary_make(Rec& r, Rec* op, zvq_seq_next_fn next) {
-    if (!has_type<InTag>(op)) return SEQ_TYPE_MISMATCH;
-    if (zvq_seq_status s = bind({op})) return s;
+    if (zvq_seq_status s = open_operands<InTag>(op)) return s;
     init_record(r, shape_of<OutTag>, {next, zvq_seq_reset_unary_iterator}, {op});
     return SEQ_OK;
 }
