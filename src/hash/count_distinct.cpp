@@ -21,7 +21,7 @@
 #include <cstring>
 
 #include "core/record.hpp"
-#include "hash/murmur.hpp"
+#include "core/murmur.hpp"
 
 namespace zvq {
 namespace {
