@@ -518,7 +518,7 @@ zvq_seq_status extreme_next(Rec& r) {
 
 template <class Rule, class M>
 zvq_seq_status rolling_make(Rec& r, Rec* op, uint64_t window, zvq_seq_next_fn next) {
-    if (const zvq_seq_status s = bind_operand<typename Rule::Tag>(op)) return s;
+    if (const zvq_seq_status s = open_operands<typename Rule::Tag>(op)) return s;
     if (window == 0 || window > kMaxWindow) return SEQ_BAD_ARGUMENT;
     init_record(r, shape_of<typename Rule::Out>, {next, zvq_seq_rolling_reset}, {op});
     r.buffer = nullptr;

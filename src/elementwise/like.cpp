@@ -13,7 +13,7 @@
 #include <algorithm>
 #include <cstring>
 
-#include "elementwise/unary.hpp"
+#include "core/unary.hpp"
 
 namespace zvq {
 namespace {
