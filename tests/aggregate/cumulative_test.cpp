@@ -22,26 +22,26 @@ TYPED_TEST(CumFamilies, OneOutputPerElementOfRunsAcrossChunks) {
     constexpr bool dt = Tag::kind == Kind::Datetime;
     using S = std::conditional_t<dt, double, W>;  // a datetime sum is a double
     const std::vector<Chunk<V>> in = {{{V(2), 2}, {V(5), 1}}, {{V(7), 1}}};
-    EXPECT_EQ((run_over<S, Tag>(R::cum_sum, in)), seq<S>({2, 4, 9, 16}));
-    EXPECT_EQ((run_over<W, Tag>(R::cum_prd, in)), seq<W>({2, 4, 20, 140}));
-    EXPECT_EQ((run_over<double, Tag>(R::cum_avg, in)), seq<double>({2, 2, 3, 4}));
-    EXPECT_EQ((run_over<V, Tag>(R::cum_min, in)), (Stretches<V>{{V(2), 4}}));
-    EXPECT_EQ((run_over<V, Tag>(R::cum_max, in)), seq<V>({2, 2, 5, 7}));
+    EXPECT_EQ((run_over<S, Tag>(R::cum_agg_sum, in)), seq<S>({2, 4, 9, 16}));
+    EXPECT_EQ((run_over<W, Tag>(R::cum_agg_prd, in)), seq<W>({2, 4, 20, 140}));
+    EXPECT_EQ((run_over<double, Tag>(R::cum_agg_avg, in)), seq<double>({2, 2, 3, 4}));
+    EXPECT_EQ((run_over<V, Tag>(R::cum_agg_min, in)), (Stretches<V>{{V(2), 4}}));
+    EXPECT_EQ((run_over<V, Tag>(R::cum_agg_max, in)), seq<V>({2, 2, 5, 7}));
     if constexpr (is_floating<Tag>) {
         const double nan = std::numeric_limits<double>::quiet_NaN();
-        EXPECT_EQ((run_over<double, Tag>(R::cum_var, in)), seq<double>({0, 0, 2, 4.5}));
-        EXPECT_EQ((run_over<double, Tag>(R::cum_var_samp, in)), seq<double>({0, -8, -3.75, (82 - 256 / 3.) / 3}));
-        EXPECT_EQ((run_over<double, Tag>(R::cum_dev, in)), seq<double>({0, 0, std::sqrt(2.), std::sqrt(4.5)}));
-        EXPECT_EQ((run_over<double, Tag>(R::cum_dev_samp, in)), (Stretches<double>{{0, 1}, {nan, 3}}));
+        EXPECT_EQ((run_over<double, Tag>(R::cum_agg_var, in)), seq<double>({0, 0, 2, 4.5}));
+        EXPECT_EQ((run_over<double, Tag>(R::cum_agg_var_samp, in)), seq<double>({0, -8, -3.75, (82 - 256 / 3.) / 3}));
+        EXPECT_EQ((run_over<double, Tag>(R::cum_agg_dev, in)), seq<double>({0, 0, std::sqrt(2.), std::sqrt(4.5)}));
+        EXPECT_EQ((run_over<double, Tag>(R::cum_agg_dev_samp, in)), (Stretches<double>{{0, 1}, {nan, 3}}));
     } else {
         // Integer quotients: m = 81 / 2 = 40, 256 / 3 = 85; each output
         // truncated. A negative one keeps its bits in an unsigned result, and
         // the root of one (NaN) gives the indefinite value.
-        EXPECT_EQ((run_over<W, Tag>(R::cum_var, in)), (seq<W, int64_t>({0, 0, 2, 4})));
-        EXPECT_EQ((run_over<W, Tag>(R::cum_var_samp, in)), (seq<W, int64_t>({0, -8, -3, -1})));
-        EXPECT_EQ((run_over<W, Tag>(R::cum_dev, in)), (seq<W, int64_t>({0, 0, 1, 2})));
+        EXPECT_EQ((run_over<W, Tag>(R::cum_agg_var, in)), (seq<W, int64_t>({0, 0, 2, 4})));
+        EXPECT_EQ((run_over<W, Tag>(R::cum_agg_var_samp, in)), (seq<W, int64_t>({0, -8, -3, -1})));
+        EXPECT_EQ((run_over<W, Tag>(R::cum_agg_dev, in)), (seq<W, int64_t>({0, 0, 1, 2})));
         const int64_t nan = std::numeric_limits<int64_t>::min();
-        EXPECT_EQ((run_over<W, Tag>(R::cum_dev_samp, in)), stretches(std::vector<W>{0, W(nan), W(nan), W(nan)}));
+        EXPECT_EQ((run_over<W, Tag>(R::cum_agg_dev_samp, in)), stretches(std::vector<W>{0, W(nan), W(nan), W(nan)}));
     }
 
     const uint8_t d = ZVQ_SEQ_TYPE_DOUBLE, wide = wide_tag_t<Tag>::code;
@@ -55,12 +55,12 @@ TEST(CumVariance, WorkedExamplesAndSquaresInTheOperandsArithmetic) {
     using I = Running<Int4>;
     const int64_t indefinite = std::numeric_limits<int64_t>::min();
     const std::tuple<Plain, std::vector<int32_t>, int64_t> int4[] = {
-        {I::cum_var, {2, 4}, 1},         // m = 36 / 2 = 18, d = 1.0
-        {I::cum_var_samp, {2, 4}, -16},  // n = 1, m = 36, d = -16.0
-        {I::cum_dev, {1, 2}, 0},         // m = 9 / 2 = 4, d = 0.5, root 0.707
-        {I::cum_dev_samp, {2, 4}, indefinite},
-        {I::cum_var, {2, 2, 4}, 1},                 // m = 64 / 3 = 21, d = 1.0; a double quotient would give 0.89
-        {I::cum_var, {65536, 65536}, -4294967296},  // 2^32 wraps to 0 in 32 bits
+        {I::cum_agg_var, {2, 4}, 1},         // m = 36 / 2 = 18, d = 1.0
+        {I::cum_agg_var_samp, {2, 4}, -16},  // n = 1, m = 36, d = -16.0
+        {I::cum_agg_dev, {1, 2}, 0},         // m = 9 / 2 = 4, d = 0.5, root 0.707
+        {I::cum_agg_dev_samp, {2, 4}, indefinite},
+        {I::cum_agg_var, {2, 2, 4}, 1},                 // m = 64 / 3 = 21, d = 1.0; a double quotient would give 0.89
+        {I::cum_agg_var, {65536, 65536}, -4294967296},  // 2^32 wraps to 0 in 32 bits
     };
     for (const auto& [ctor, values, want] : int4) {
         Chunk<int32_t> in;
@@ -97,11 +97,11 @@ TEST(CumRuns, ARepeatByteOfZeroGives256Elements) {
 TEST(CumNaN, ExtremesKeepAFirstNaNAndIgnoreLaterOnesSumsSpreadIt) {
     using R = Running<Double>;
     const double nan = std::numeric_limits<double>::quiet_NaN();
-    EXPECT_EQ((run_over<double, Double>(R::cum_min, {{{nan, 1}, {1, 1}, {0, 1}}})), (Stretches<double>{{nan, 3}}));
+    EXPECT_EQ((run_over<double, Double>(R::cum_agg_min, {{{nan, 1}, {1, 1}, {0, 1}}})), (Stretches<double>{{nan, 3}}));
     const std::vector<Chunk<double>> later = {{{1, 1}, {nan, 1}, {0, 1}}};
-    EXPECT_EQ((run_over<double, Double>(R::cum_min, later)), (Stretches<double>{{1, 2}, {0, 1}}));
-    EXPECT_EQ((run_over<double, Double>(R::cum_max, later)), (Stretches<double>{{1, 3}}));
-    for (Plain ctor : {R::cum_sum, R::cum_prd, R::cum_avg, R::cum_var, R::cum_dev_samp})
+    EXPECT_EQ((run_over<double, Double>(R::cum_agg_min, later)), (Stretches<double>{{1, 2}, {0, 1}}));
+    EXPECT_EQ((run_over<double, Double>(R::cum_agg_max, later)), (Stretches<double>{{1, 3}}));
+    for (Plain ctor : {R::cum_agg_sum, R::cum_agg_prd, R::cum_agg_avg, R::cum_agg_var, R::cum_agg_dev_samp})
         EXPECT_EQ((run_over<double, Double>(ctor, later)).back(), (Stretch<double>{nan, 2}));
 }
 

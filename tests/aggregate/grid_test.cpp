@@ -24,22 +24,20 @@ TYPED_TEST(GridFamilies, TenByThreeInTheirRealLayouts) {
     const double nan = std::numeric_limits<double>::quiet_NaN();
     // Cells 1 1 2 | 2 3 3 | 3 4 4 | 4: runs cross cells and chunks.
     const std::vector<Chunk<V>> in = {{{V(1), 2}, {V(2), 2}}, {{V(3), 3}, {V(4), 3}}};
-    EXPECT_EQ((run_over<W, Tag>(R::grid_sum, in, 3)), (Stretches<W>{{4, 1}, {8, 1}, {11, 1}, {4, 1}}));
-    EXPECT_EQ((run_over<double, Tag>(R::grid_avg, in, 3)),
+    EXPECT_EQ((run_over<W, Tag>(R::grid_agg_sum, in, 3)), (Stretches<W>{{4, 1}, {8, 1}, {11, 1}, {4, 1}}));
+    EXPECT_EQ((run_over<double, Tag>(R::grid_agg_avg, in, 3)),
               (Stretches<double>{{4 / 3., 1}, {8 / 3., 1}, {11 / 3., 1}, {4, 1}}));
-    EXPECT_EQ((run_over<V, Tag>(R::grid_min, in, 3)), (Stretches<V>{{V(1), 1}, {V(2), 1}, {V(3), 1}, {V(4), 1}}));
-    EXPECT_EQ((run_over<V, Tag>(R::grid_max, in, 3)), (Stretches<V>{{V(2), 1}, {V(3), 1}, {V(4), 2}}));
+    EXPECT_EQ((run_over<V, Tag>(R::grid_agg_min, in, 3)), (Stretches<V>{{V(1), 1}, {V(2), 1}, {V(3), 1}, {V(4), 1}}));
+    EXPECT_EQ((run_over<V, Tag>(R::grid_agg_max, in, 3)), (Stretches<V>{{V(2), 1}, {V(3), 1}, {V(4), 2}}));
     // (sum, squares) per cell: (4, 6), (8, 22), (11, 41), (4, 16).
-    std::vector<double> var, dev;
-    for (auto [a, q] : {std::pair{4., 6.}, {8., 22.}, {11., 41.}})
-        dev.push_back(std::sqrt(var.emplace_back((q - a * a / 3) / 3)));
-    var.push_back(0), dev.push_back(0);
-    EXPECT_EQ((run_over<double, Tag>(R::grid_var, in, 3)), stretches(var));
-    EXPECT_EQ((run_over<double, Tag>(R::grid_dev, in, 3)), stretches(dev));
+    EXPECT_EQ((run_over<double, Tag>(R::grid_agg_var, in, 3)),
+              seq<double>({0.22222222222222232, 0.22222222222222263, 0.22222222222222143, 0}));
+    EXPECT_EQ((run_over<double, Tag>(R::grid_agg_dev, in, 3)),
+              seq<double>({0.4714045207910318, 0.4714045207910321, 0.47140452079103085, 0}));
     // n - 1 in both divisors, and 0.0 for the cell of one.
-    EXPECT_EQ((run_over<double, Tag>(R::grid_var_samp, in, 3)),
+    EXPECT_EQ((run_over<double, Tag>(R::grid_agg_var_samp, in, 3)),
               (Stretches<double>{{-1, 1}, {-5, 1}, {-9.75, 1}, {0, 1}}));
-    EXPECT_EQ((run_over<double, Tag>(R::grid_dev_samp, in, 3)), (Stretches<double>{{nan, 3}, {0, 1}}));
+    EXPECT_EQ((run_over<double, Tag>(R::grid_agg_dev_samp, in, 3)), (Stretches<double>{{nan, 3}, {0, 1}}));
 
     // Declared double whatever the layout.
     for (Sized ctor : R::grids)
@@ -82,10 +80,10 @@ TEST(GridNaN, ExtremesKeepANaNThatOpensACellOthersSpreadInTheirCellOnly) {
     using R = Running<Double>;
     const double nan = std::numeric_limits<double>::quiet_NaN();
     const std::vector<Chunk<double>> in = {{{nan, 1}, {1, 1}, {2, 1}, {nan, 1}, {3, 1}}};
-    EXPECT_EQ((run_over<double, Double>(R::grid_max, in, 2)), (Stretches<double>{{nan, 1}, {2, 1}, {3, 1}}));
-    EXPECT_EQ((run_over<double, Double>(R::grid_min, in, 2)), (Stretches<double>{{nan, 1}, {2, 1}, {3, 1}}));
-    EXPECT_EQ((run_over<double, Double>(R::grid_sum, in, 2)), (Stretches<double>{{nan, 2}, {3, 1}}));
-    EXPECT_EQ((run_over<double, Double>(R::grid_var, in, 2)), (Stretches<double>{{nan, 2}, {0, 1}}));
+    EXPECT_EQ((run_over<double, Double>(R::grid_agg_max, in, 2)), (Stretches<double>{{nan, 1}, {2, 1}, {3, 1}}));
+    EXPECT_EQ((run_over<double, Double>(R::grid_agg_min, in, 2)), (Stretches<double>{{nan, 1}, {2, 1}, {3, 1}}));
+    EXPECT_EQ((run_over<double, Double>(R::grid_agg_sum, in, 2)), (Stretches<double>{{nan, 2}, {3, 1}}));
+    EXPECT_EQ((run_over<double, Double>(R::grid_agg_var, in, 2)), (Stretches<double>{{nan, 2}, {0, 1}}));
 }
 
 TEST(GridFailure, TheOpenCellSurvivesAFailureAndAResetClearsIt) {
@@ -121,7 +119,7 @@ TEST(GridStretches, FoldAtOnceToTheBitsOfElementByElement) {
             }
         }
         using R = Running<Double>;
-        for (Sized ctor : {R::grid_sum, R::grid_avg, R::grid_var, R::grid_dev_samp})
+        for (Sized ctor : {R::grid_agg_sum, R::grid_agg_avg, R::grid_agg_var, R::grid_agg_dev_samp})
             for (uint64_t cell : {1000, 77})
                 EXPECT_EQ((run_over<double, Double>(ctor, runs, cell)), (run_over<double, Double>(ctor, singles, cell)))
                     << "scale " << scale << " cell " << cell;

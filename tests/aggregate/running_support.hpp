@@ -3,8 +3,6 @@
 // stretches after checking that every output run has repeat 1.
 #pragma once
 
-#include <gtest/gtest.h>
-
 #include <type_traits>
 
 #include "aggregate/whole.hpp"
@@ -15,37 +13,20 @@ namespace zvq::test {
 using Sized = zvq_seq_status (*)(zvq_seq_iterator*, zvq_seq_iterator*, uint64_t);
 using Plain = zvq_seq_status (*)(zvq_seq_iterator*, zvq_seq_iterator*);
 
+// Every family of each kind, min and max third and fourth.
 template <class Tag>
-struct Running;
-#define ZVQ_TEST_RUNNING(n, Tag, ctype)                                                                              \
-    template <>                                                                                                      \
-    struct Running<zvq::Tag> {                                                                                       \
-        static constexpr Sized win_sum = zvq_seq_window_agg_sum_##n, win_avg = zvq_seq_window_agg_avg_##n,           \
-                               win_min = zvq_seq_window_agg_min_##n, win_max = zvq_seq_window_agg_max_##n,           \
-                               win_var = zvq_seq_window_agg_var_##n, win_var_samp = zvq_seq_window_agg_var_samp_##n, \
-                               win_dev = zvq_seq_window_agg_dev_##n, win_dev_samp = zvq_seq_window_agg_dev_samp_##n, \
-                               win_ema = zvq_seq_window_agg_ema_##n, win_atr = zvq_seq_window_agg_atr_##n;           \
-        static constexpr Plain cum_sum = zvq_seq_cum_agg_sum_##n, cum_prd = zvq_seq_cum_agg_prd_##n,                 \
-                               cum_avg = zvq_seq_cum_agg_avg_##n, cum_min = zvq_seq_cum_agg_min_##n,                 \
-                               cum_max = zvq_seq_cum_agg_max_##n, cum_var = zvq_seq_cum_agg_var_##n,                 \
-                               cum_var_samp = zvq_seq_cum_agg_var_samp_##n, cum_dev = zvq_seq_cum_agg_dev_##n,       \
-                               cum_dev_samp = zvq_seq_cum_agg_dev_samp_##n;                                          \
-        static constexpr Sized grid_sum = zvq_seq_grid_agg_sum_##n, grid_avg = zvq_seq_grid_agg_avg_##n,             \
-                               grid_min = zvq_seq_grid_agg_min_##n, grid_max = zvq_seq_grid_agg_max_##n,             \
-                               grid_var = zvq_seq_grid_agg_var_##n, grid_var_samp = zvq_seq_grid_agg_var_samp_##n,   \
-                               grid_dev = zvq_seq_grid_agg_dev_##n, grid_dev_samp = zvq_seq_grid_agg_dev_samp_##n;   \
-        /* Every family of each kind, min and max third and fourth. */                                               \
-        static constexpr Sized windows[] = {win_sum,      win_avg, win_min,      win_max, win_var,                   \
-                                            win_var_samp, win_dev, win_dev_samp, win_ema, win_atr};                  \
-        static constexpr Plain cums[] = {cum_sum, cum_prd,      cum_min, cum_max,     cum_avg,                       \
-                                         cum_var, cum_var_samp, cum_dev, cum_dev_samp};                              \
-        static constexpr Sized grids[] = {grid_sum, grid_avg,      grid_min, grid_max,                               \
-                                          grid_var, grid_var_samp, grid_dev, grid_dev_samp};                         \
-    };
-ZVQ_NUMERIC_TYPES(ZVQ_TEST_RUNNING)
-#undef ZVQ_TEST_RUNNING
-
-using NumericTags = ::testing::Types<Uint1, Uint2, Uint4, Uint8, Int1, Int2, Int4, Int8, Float, Double, Datetime>;
+struct Running : Api<Tag> {
+    using A = Api<Tag>;
+    static constexpr Sized windows[] = {A::window_agg_sum, A::window_agg_avg,      A::window_agg_min,
+                                        A::window_agg_max, A::window_agg_var,      A::window_agg_var_samp,
+                                        A::window_agg_dev, A::window_agg_dev_samp, A::window_agg_ema,
+                                        A::window_agg_atr};
+    static constexpr Plain cums[] = {A::cum_agg_sum, A::cum_agg_prd,      A::cum_agg_min,
+                                     A::cum_agg_max, A::cum_agg_avg,      A::cum_agg_var,
+                                     A::cum_agg_var_samp, A::cum_agg_dev, A::cum_agg_dev_samp};
+    static constexpr Sized grids[] = {A::grid_agg_sum, A::grid_agg_avg,      A::grid_agg_min, A::grid_agg_max,
+                                      A::grid_agg_var, A::grid_agg_var_samp, A::grid_agg_dev, A::grid_agg_dev_samp};
+};
 
 // Equal neighbouring outputs gathered, so that long results read as short
 // literal tables. Values compare bitwise, so that -0 is not 0, except that

@@ -16,25 +16,25 @@ TYPED_TEST_SUITE(WholeFold, NumericTags);
 TYPED_TEST(WholeFold, EachRuleOverRunsAcrossChunks) {
     using Tag = TypeParam;
     using V = value_t<Tag>;
-    using A = Agg<Tag>;
+    using A = Api<Tag>;
     using W = wide_t<Tag>;
     // Two chunks, repeats folded by multiplication: a = 22, q = 94, n = 6.
     const std::vector<Chunk<V>> in = {{{V(3), 2}, {V(1), 1}}, {{V(5), 3}}};
-    EXPECT_EQ((aggregate<V, Tag>(A::max, in)), V(5));
-    EXPECT_EQ((aggregate<V, Tag>(A::min, in)), V(1));
-    EXPECT_EQ((aggregate<W, Tag>(A::sum, in)), W(22));
-    EXPECT_EQ((aggregate<W, Tag>(A::prd, in)), W(1125));
+    EXPECT_EQ((aggregate<V, Tag>(A::agg_max, in)), V(5));
+    EXPECT_EQ((aggregate<V, Tag>(A::agg_min, in)), V(1));
+    EXPECT_EQ((aggregate<W, Tag>(A::agg_sum, in)), W(22));
+    EXPECT_EQ((aggregate<W, Tag>(A::agg_prd, in)), W(1125));
     if constexpr (Tag::kind == Kind::Datetime)
-        EXPECT_EQ((aggregate<uint64_t, Tag>(A::avg, in)), 3u);
+        EXPECT_EQ((aggregate<uint64_t, Tag>(A::agg_avg, in)), 3u);
     else
-        EXPECT_DOUBLE_EQ((aggregate<double, Tag>(A::avg, in)), 22.0 / 6.0);
-    EXPECT_DOUBLE_EQ((aggregate<double, Tag>(A::var, in)), 20.0 / 9.0);
-    EXPECT_DOUBLE_EQ((aggregate<double, Tag>(A::dev, in)), std::sqrt(20.0 / 9.0));
+        EXPECT_DOUBLE_EQ((aggregate<double, Tag>(A::agg_avg, in)), 22.0 / 6.0);
+    EXPECT_DOUBLE_EQ((aggregate<double, Tag>(A::agg_var, in)), 20.0 / 9.0);
+    EXPECT_DOUBLE_EQ((aggregate<double, Tag>(A::agg_dev, in)), std::sqrt(20.0 / 9.0));
     // n - 1 in both divisors: (21 - 49 / 2) / 2, negative, and nothing clamps it.
     const std::vector<Chunk<V>> three = {{{V(1), 1}, {V(2), 1}, {V(4), 1}}};
-    EXPECT_EQ((aggregate<double, Tag>(A::var_samp, three)), -1.75);
-    EXPECT_TRUE(std::isnan(aggregate<double, Tag>(A::dev_samp, three)));
-    for (Ctor ctor : {A::var, A::var_samp, A::dev, A::dev_samp})
+    EXPECT_EQ((aggregate<double, Tag>(A::agg_var_samp, three)), -1.75);
+    EXPECT_TRUE(std::isnan(aggregate<double, Tag>(A::agg_dev_samp, three)));
+    for (Ctor ctor : {A::agg_var, A::agg_var_samp, A::agg_dev, A::agg_dev_samp})
         EXPECT_EQ((aggregate<double, Tag>(ctor, {{{V(7), 1}}})), 0.0);
     // Min-max ignores repeats; datetimes come out as doubles.
     using M = std::conditional_t<Tag::kind == Kind::Datetime, double, V>;
@@ -43,14 +43,15 @@ TYPED_TEST(WholeFold, EachRuleOverRunsAcrossChunks) {
 
 TYPED_TEST(WholeFold, ResultShapeAndEmptyOperand) {
     using Tag = TypeParam;
-    using A = Agg<Tag>;
+    using A = Api<Tag>;
     constexpr bool dt = Tag::kind == Kind::Datetime;
     const uint8_t d = ZVQ_SEQ_TYPE_DOUBLE, i = ZVQ_SEQ_TYPE_INT8, u = ZVQ_SEQ_TYPE_UINT8;
     const uint8_t wide = is_floating<Tag> ? d : dt ? ZVQ_SEQ_TYPE_DATETIME : is_signed_int<Tag> ? i : u;
     const std::tuple<Ctor, uint8_t, uint16_t> table[] = {
-        {A::max, Tag::code, Tag::size}, {A::min, Tag::code, Tag::size}, {A::sum, wide, 8}, {A::prd, wide, 8},
-        {A::avg, dt ? wide : d, 8}, {A::var, d, 8}, {A::var_samp, d, 8}, {A::dev, d, 8}, {A::dev_samp, d, 8},
-        {A::min_max, dt ? d : Tag::code, Tag::size}, {zvq_seq_agg_count, u, 8}};
+        {A::agg_max, Tag::code, Tag::size}, {A::agg_min, Tag::code, Tag::size}, {A::agg_sum, wide, 8},
+        {A::agg_prd, wide, 8},              {A::agg_avg, dt ? wide : d, 8},    {A::agg_var, d, 8},
+        {A::agg_var_samp, d, 8},            {A::agg_dev, d, 8},                {A::agg_dev_samp, d, 8},
+        {A::agg_min_max, dt ? d : Tag::code, Tag::size}, {zvq_seq_agg_count, u, 8}};
     BindingChecks off(0);
     auto s = Script::of<Tag>({});
     for (const auto& [ctor, type, size] : table) {
@@ -134,15 +135,15 @@ TEST(WholeRunProduct, WrapsInTheOperandsWidthAndFloatStaysSingle) {
 }
 
 TEST(WholeNaN, ExtremesKeepASeedIgnoreLaterOnesSumsSpreadIt) {
-    using A = Agg<Double>;
+    using A = Api<Double>;
     const double nan = std::numeric_limits<double>::quiet_NaN();
     const std::vector<Chunk<double>> seed = {{{nan, 1}, {5.0, 1}, {-5.0, 1}}};
     const std::vector<Chunk<double>> later = {{{1.0, 1}, {nan, 2}}, {{0.5, 1}, {2.0, 1}}};
-    EXPECT_TRUE(std::isnan(aggregate<double, Double>(A::max, seed)));
-    EXPECT_TRUE(std::isnan(aggregate<double, Double>(A::min, seed)));
-    EXPECT_EQ((aggregate<double, Double>(A::max, later)), 2.0);
-    EXPECT_EQ((aggregate<double, Double>(A::min, later)), 0.5);
-    for (Ctor ctor : {A::sum, A::prd, A::avg, A::var, A::var_samp, A::dev, A::dev_samp})
+    EXPECT_TRUE(std::isnan(aggregate<double, Double>(A::agg_max, seed)));
+    EXPECT_TRUE(std::isnan(aggregate<double, Double>(A::agg_min, seed)));
+    EXPECT_EQ((aggregate<double, Double>(A::agg_max, later)), 2.0);
+    EXPECT_EQ((aggregate<double, Double>(A::agg_min, later)), 0.5);
+    for (Ctor ctor : {A::agg_sum, A::agg_prd, A::agg_avg, A::agg_var, A::agg_var_samp, A::agg_dev, A::agg_dev_samp})
         EXPECT_TRUE(std::isnan(aggregate<double, Double>(ctor, later)));
     EXPECT_EQ((min_max_runs<double, Double>(seed)), (std::vector<test::Run<double>>{{nan, 1}, {nan, 1}}));
     EXPECT_EQ((min_max_runs<double, Double>(later)), (std::vector<test::Run<double>>{{0.5, 1}, {2.0, 1}}));

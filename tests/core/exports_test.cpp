@@ -12,6 +12,20 @@
 
 extern "C" int zvq_c99_header_probe(int64_t* sum_out);
 
+// The record layout C callers compile against.
+static_assert(offsetof(zvq_seq_iterator, next) == 0);
+static_assert(offsetof(zvq_seq_iterator, elem_size) == 32);
+static_assert(offsetof(zvq_seq_iterator, run_pos) == 38);
+static_assert(offsetof(zvq_seq_iterator, prepared) == 39);
+static_assert(offsetof(zvq_seq_iterator, first_pos) == 40);
+static_assert(offsetof(zvq_seq_iterator, operand) == 64);
+static_assert(offsetof(zvq_seq_iterator, elem_type) == 104);
+static_assert(offsetof(zvq_seq_iterator, state) % 8 == 0);
+static_assert(sizeof(zvq_seq_iterator::state) == 288);
+static_assert(offsetof(zvq_seq_iterator, null_bitmap) == offsetof(zvq_seq_iterator, state) + 288);
+static_assert(offsetof(zvq_seq_iterator, chunk) == offsetof(zvq_seq_iterator, null_bitmap) + 16);
+static_assert(sizeof(zvq_seq_iterator) == offsetof(zvq_seq_iterator, chunk) + 4096);
+
 namespace {
 
 const char* const kDeclared[] = {
@@ -68,22 +82,6 @@ TEST(Header, CompilesAsC99AndWorks) {
     int64_t sum = 0;
     EXPECT_EQ(zvq_c99_header_probe(&sum), 0);
     EXPECT_EQ(sum, 2 + 3 + 4 + 5);
-}
-
-TEST(Header, RecordLayout) {
-    static_assert(offsetof(zvq_seq_iterator, next) == 0);
-    static_assert(offsetof(zvq_seq_iterator, elem_size) == 32);
-    static_assert(offsetof(zvq_seq_iterator, run_pos) == 38);
-    static_assert(offsetof(zvq_seq_iterator, prepared) == 39);
-    static_assert(offsetof(zvq_seq_iterator, first_pos) == 40);
-    static_assert(offsetof(zvq_seq_iterator, operand) == 64);
-    static_assert(offsetof(zvq_seq_iterator, elem_type) == 104);
-    static_assert(offsetof(zvq_seq_iterator, state) % 8 == 0);
-    static_assert(sizeof(zvq_seq_iterator::state) == 288);
-    static_assert(offsetof(zvq_seq_iterator, null_bitmap) == offsetof(zvq_seq_iterator, state) + 288);
-    static_assert(offsetof(zvq_seq_iterator, chunk) == offsetof(zvq_seq_iterator, null_bitmap) + 16);
-    static_assert(sizeof(zvq_seq_iterator) == offsetof(zvq_seq_iterator, chunk) + 4096);
-    SUCCEED();
 }
 
 }  // namespace

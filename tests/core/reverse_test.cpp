@@ -1,7 +1,5 @@
 // reverse: one chunk mirrored with its runs, longer input expanded into a
 // buffer that the reset releases.
-#include <gtest/gtest.h>
-
 #include <string>
 
 #include "support/scripted_source.hpp"
@@ -9,20 +7,10 @@
 namespace zvq::test {
 namespace {
 
-template <class Tag>
-struct Rev;
-#define ZVQ_TEST_REV(name, Tag, ctype) \
-    template <>                        \
-    struct Rev<zvq::Tag> {             \
-        static constexpr auto make = zvq_seq_reverse_##name; \
-    };
-ZVQ_NUMERIC_TYPES(ZVQ_TEST_REV)
-#undef ZVQ_TEST_REV
 
 template <class Tag>
 class Reverse : public ::testing::Test {};
-using Tags = ::testing::Types<Uint1, Uint2, Uint4, Uint8, Int1, Int2, Int4, Int8, Float, Double, Datetime>;
-TYPED_TEST_SUITE(Reverse, Tags);
+TYPED_TEST_SUITE(Reverse, NumericTags);
 
 TYPED_TEST(Reverse, OneChunkKeepsItsRunsLongerInputIsExpandedIntoABuffer) {
     using V = value_t<TypeParam>;
@@ -31,7 +19,7 @@ TYPED_TEST(Reverse, OneChunkKeepsItsRunsLongerInputIsExpandedIntoABuffer) {
     Script s[] = {Script::of<TypeParam>(one), Script::of<TypeParam>({}), Script::of<TypeParam>(two),
                   Script::of<TypeParam>(two), Script::of<TypeParam>(two)};
     zvq_seq_iterator r[5] = {};
-    for (int i = 0; i < 5; ++i) ASSERT_EQ(Rev<TypeParam>::make(&r[i], s[i].rec()), SEQ_OK);
+    for (int i = 0; i < 5; ++i) ASSERT_EQ(Api<TypeParam>::reverse(&r[i], s[i].rec()), SEQ_OK);
     CountingAllocator alloc;
     BindingChecks on(1);  // the short way reads no bound record directly
     EXPECT_EQ(drain_chunks<V>(r[0]), (std::vector<Chunk<V>>{{{V(3), 1}, {V(2), 255}, {V(1), 3}}}));

@@ -19,7 +19,7 @@ using Strings = std::vector<std::string>;
 template <class Tag>
 Strings six_ways(const std::vector<value_t<Tag>>& l, const std::vector<value_t<Tag>>& r) {
     Strings out;
-    for (Binary op : {Ops<Tag>::eq, Ops<Tag>::ne, Ops<Tag>::ge, Ops<Tag>::le, Ops<Tag>::gt, Ops<Tag>::lt})
+    for (Binary op : {Api<Tag>::eq, Api<Tag>::ne, Api<Tag>::ge, Api<Tag>::le, Api<Tag>::gt, Api<Tag>::lt})
         for (std::string& digits = out.emplace_back(); uint8_t f : pairwise<Tag, uint8_t>(op, l, r))
             digits += char('0' + f);
     return out;
@@ -32,7 +32,7 @@ TYPED_TEST_SUITE(IntegerArith, IntegerTags);
 // lowest and hi are the type's extremes, so one table serves both signednesses.
 TYPED_TEST(IntegerArith, WrapInTheWidthAndOrderByTheTypesSignedness) {
     using V = value_t<TypeParam>;
-    using O = Ops<TypeParam>;
+    using O = Api<TypeParam>;
     using Vs = std::vector<V>;
     constexpr V hi = std::numeric_limits<V>::max(), lowest = std::numeric_limits<V>::lowest();
     EXPECT_EQ(pairwise<TypeParam>(O::add, {hi, 5}, {1, 3}), (Vs{lowest, 8}));
@@ -69,7 +69,7 @@ TYPED_TEST_SUITE(FloatArith, FloatTags);
 
 TYPED_TEST(FloatArith, FmodNanAndSignedZeroRules) {
     using V = value_t<TypeParam>;
-    using O = Ops<TypeParam>;
+    using O = Api<TypeParam>;
     constexpr V nan = std::numeric_limits<V>::quiet_NaN();
     EXPECT_EQ(pairwise<TypeParam>(O::mod, {5.5, -7.5}, {2, 2}), (std::vector<V>{1.5, -1.5}));
     EXPECT_TRUE(std::isnan(pairwise<TypeParam>(O::mod, {1}, {0}).at(0)));

@@ -41,7 +41,7 @@ TYPED_TEST_SUITE(Callback, NumericTags);
 // calls once per overlap of a left and a right run.
 TYPED_TEST(Callback, OneCallPerRunWithTheContextHandedBack) {
     using V = value_t<TypeParam>;
-    using O = Ops<TypeParam>;
+    using O = Api<TypeParam>;
     for (bool ctx : {false, true}) {
         zvq_seq_iterator r{};
         Script src = Script::of<TypeParam>({{{V(3), 255}, {V(5), 1}}, {{V(6), 2}}});

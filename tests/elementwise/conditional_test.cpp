@@ -19,7 +19,7 @@ TYPED_TEST(Selection, IifPicksFromAlignedColumnsIfInterleavesStreams) {
     Script c1 = Script::of<Uint1>({{{1, 1}, {0, 1}, {1, 1}}}), a1 = Script::of<TypeParam>({{{V(10), 1}, {V(20), 1}, {V(30), 1}}}),
            b1 = Script::of<TypeParam>({{{V(40), 1}, {V(50), 1}, {V(60), 1}}});
     zvq_seq_iterator r{};
-    ASSERT_EQ(Ops<TypeParam>::iif(&r, c1.rec(), a1.rec(), b1.rec()), SEQ_OK);
+    ASSERT_EQ(Api<TypeParam>::iif(&r, c1.rec(), a1.rec(), b1.rec()), SEQ_OK);
     EXPECT_EQ(expand(drain_runs<V>(r)), (std::vector<V>{V(10), V(50), V(30)}));
 
     // if reads only the chosen stream, but both must have a run ready: once
@@ -29,7 +29,7 @@ TYPED_TEST(Selection, IifPicksFromAlignedColumnsIfInterleavesStreams) {
                a2 = Script::of<TypeParam>({{{V(10), 1}, {V(20), 1}}}),
                b2 = Script::of<TypeParam>(third_goes_on ? std::vector<Chunk<V>>{{{V(30), 1}, {V(40), 1}}}
                                                         : std::vector<Chunk<V>>{{{V(30), 1}}});
-        ASSERT_EQ(Ops<TypeParam>::if_(&r, c2.rec(), a2.rec(), b2.rec()), SEQ_OK);
+        ASSERT_EQ(Api<TypeParam>::if_(&r, c2.rec(), a2.rec(), b2.rec()), SEQ_OK);
         EXPECT_EQ(expand(drain_runs<V>(r)),
                   third_goes_on ? (std::vector<V>{V(10), V(30), V(20)}) : (std::vector<V>{V(10), V(30)}));
     }

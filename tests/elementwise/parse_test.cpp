@@ -26,7 +26,7 @@ TYPED_TEST(ParseOf, RunsOnlyTheLastRepeatWrittenNextPosByRuns) {
     using V = value_t<TypeParam>;
     zvq_seq_iterator r{};
     std::memset(r.chunk, 0xAB, sizeof r.chunk);
-    ASSERT_EQ(Ops<TypeParam>::parse(&r, "{1,1,2}"), SEQ_OK);
+    ASSERT_EQ(Api<TypeParam>::parse(&r, "{1,1,2}"), SEQ_OK);
     EXPECT_EQ(r.reset, &zvq_seq_reset_parse_iterator);
     for (int pass = 0; pass < 2; ++pass) {
         ASSERT_EQ(r.next(&r), SEQ_OK);
@@ -40,13 +40,13 @@ TYPED_TEST(ParseOf, RunsOnlyTheLastRepeatWrittenNextPosByRuns) {
         ASSERT_EQ(r.reset(&r), SEQ_OK);
     }
     for (const char* empty : {"", "}", "{}", "{"}) {
-        ASSERT_EQ(Ops<TypeParam>::parse(&r, empty), SEQ_OK);
+        ASSERT_EQ(Api<TypeParam>::parse(&r, empty), SEQ_OK);
         EXPECT_EQ(r.next(&r), SEQ_END) << empty;
     }
-    ASSERT_EQ(Ops<TypeParam>::parse(&r, "{7,x,8}"), SEQ_OK);
+    ASSERT_EQ(Api<TypeParam>::parse(&r, "{7,x,8}"), SEQ_OK);
     EXPECT_EQ(r.next(&r), SEQ_BAD_ARGUMENT);
     EXPECT_EQ(r.next(&r), SEQ_BAD_ARGUMENT);
-    ASSERT_EQ(Ops<TypeParam>::parse(&r, "{7 ,8}"), SEQ_OK);  // space before the comma
+    ASSERT_EQ(Api<TypeParam>::parse(&r, "{7 ,8}"), SEQ_OK);  // space before the comma
     EXPECT_EQ(r.next(&r), SEQ_BAD_ARGUMENT);
 }
 

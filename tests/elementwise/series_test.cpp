@@ -19,7 +19,7 @@ TYPED_TEST(SeriesOf, DiffSplitsRunsTrendFollowsDirection) {
     using V = value_t<TypeParam>;
     Script src = Script::of<TypeParam>({{{V(3), 3}, {V(5), 1}}, {{V(9), 255}, {V(9), 2}, {V(4), 1}}});
     zvq_seq_iterator r{};
-    ASSERT_EQ(Ops<TypeParam>::diff(&r, src.rec()), SEQ_OK);
+    ASSERT_EQ(Api<TypeParam>::diff(&r, src.rec()), SEQ_OK);
     const V down = static_cast<V>(V(4) - V(9));  // wraps for the unsigned members
     EXPECT_EQ(drain_runs<V>(r), (Runs<V>{{V(0), 1}, {V(0), 2}, {V(2), 1}, {V(4), 1}, {V(0), 254}, {V(0), 1},
                                          {V(0), 1}, {down, 1}}));
@@ -30,7 +30,7 @@ TYPED_TEST(SeriesOf, DiffSplitsRunsTrendFollowsDirection) {
     EXPECT_EQ(value_at<V>(r, 0), V(0));
 
     Script src2 = Script::of<TypeParam>({{{V(1), 2}, {V(2), 2}, {V(2), 1}}, {{V(1), 7}}});
-    ASSERT_EQ(Ops<TypeParam>::trend(&r, src2.rec()), SEQ_OK);
+    ASSERT_EQ(Api<TypeParam>::trend(&r, src2.rec()), SEQ_OK);
     EXPECT_EQ(r.elem_type, ZVQ_SEQ_TYPE_INT1);
     EXPECT_EQ(drain_chunks<int8_t>(r), (std::vector<Chunk<int8_t>>{{{0, 2}, {1, 2}, {1, 1}}, {{-1, 7}}}));
     EXPECT_EQ(r.next_pos, 12u);

@@ -2,8 +2,6 @@
 // drains that run one column of values through an operator.
 #pragma once
 
-#include <gtest/gtest.h>
-
 #include <cstring>
 #include <vector>
 
@@ -16,34 +14,9 @@ using Unary = zvq_seq_status (*)(zvq_seq_iterator*, zvq_seq_iterator*);
 template <class V>
 using Runs = std::vector<Run<V>>;  // Run alone is hidden by testing::Test::Run inside a test
 
-using NumericTags = ::testing::Types<Uint1, Uint2, Uint4, Uint8, Int1, Int2, Int4, Int8, Float, Double, Datetime>;
 using SignedTags = ::testing::Types<Int1, Int2, Int4, Int8>;
 using IntegerTags = ::testing::Types<Uint1, Uint2, Uint4, Uint8, Int1, Int2, Int4, Int8, Datetime>;
 using FloatTags = ::testing::Types<Float, Double>;
-
-template <class Tag>
-struct Ops;
-#define ZVQ_TEST_OPS(n, Tag, ctype)                                                                                   \
-    template <>                                                                                                       \
-    struct Ops<Tag> {                                                                                                 \
-        static constexpr Binary add = zvq_seq_add_##n, sub = zvq_seq_sub_##n, mul = zvq_seq_mul_##n,                  \
-                                div = zvq_seq_div_##n, mod = zvq_seq_mod_##n, max = zvq_seq_max_##n,                  \
-                                min = zvq_seq_min_##n, eq = zvq_seq_eq_##n, ne = zvq_seq_ne_##n, ge = zvq_seq_ge_##n, \
-                                le = zvq_seq_le_##n, gt = zvq_seq_gt_##n, lt = zvq_seq_lt_##n;                        \
-        static constexpr Unary abs = zvq_seq_abs_##n, neg = zvq_seq_neg_##n;                                          \
-        static constexpr Unary diff = zvq_seq_diff_##n, trend = zvq_seq_trend_##n, norm = zvq_seq_norm_##n;          \
-        static constexpr auto func = zvq_seq_func_##n;                                                                \
-        static constexpr auto func_ctx = zvq_seq_func_ctx_##n;                                                        \
-        static constexpr auto cond = zvq_seq_cond_##n;                                                                \
-        static constexpr auto cond_ctx = zvq_seq_cond_ctx_##n;                                                        \
-        static constexpr auto func2 = zvq_seq_func2_##n;                                                              \
-        static constexpr auto func2_ctx = zvq_seq_func2_ctx_##n;                                                      \
-        static constexpr auto iif = zvq_seq_iif_##n;                                                                  \
-        static constexpr auto if_ = zvq_seq_if_##n;                                                                   \
-        static constexpr auto parse = zvq_seq_parse_##n;                                                              \
-    };
-ZVQ_NUMERIC_TYPES(ZVQ_TEST_OPS)
-#undef ZVQ_TEST_OPS
 
 // Bit patterns, so that -0 differs from +0 and NaNs compare by their bits.
 template <class V>

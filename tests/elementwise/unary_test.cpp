@@ -60,8 +60,8 @@ TYPED_TEST_SUITE(SignedSign, SignedTags);
 TYPED_TEST(SignedSign, WrapAtTheSmallestValue) {
     using V = value_t<TypeParam>;
     constexpr V lo = std::numeric_limits<V>::min(), hi = std::numeric_limits<V>::max();
-    EXPECT_EQ(through<TypeParam>(Ops<TypeParam>::abs, {-5, 5, lo, hi}), (std::vector<V>{5, 5, lo, hi}));
-    EXPECT_EQ(through<TypeParam>(Ops<TypeParam>::neg, {-5, 5, lo, 0}), (std::vector<V>{5, -5, lo, 0}));
+    EXPECT_EQ(through<TypeParam>(Api<TypeParam>::abs, {-5, 5, lo, hi}), (std::vector<V>{5, 5, lo, hi}));
+    EXPECT_EQ(through<TypeParam>(Api<TypeParam>::neg, {-5, 5, lo, 0}), (std::vector<V>{5, -5, lo, 0}));
 }
 
 TEST(Sign, UnsignedStaysDatetimeNegatesNotIsLogical) {
@@ -82,8 +82,8 @@ TYPED_TEST(FloatSign, AbsFlipsBelowZeroOnlyNegFlipsTheSignBit) {
     using F = value_t<TypeParam>;
     const F nan = std::numeric_limits<F>::quiet_NaN();
     const std::vector<F> in{-2.5, 2.5, -0.0, 0.0, nan, -nan};
-    EXPECT_EQ(bits_of(through<TypeParam>(Ops<TypeParam>::abs, in)), bits_of<F>({2.5, 2.5, -0.0, 0.0, nan, -nan}));
-    EXPECT_EQ(bits_of(through<TypeParam>(Ops<TypeParam>::neg, in)), bits_of<F>({2.5, -2.5, 0.0, -0.0, -nan, nan}));
+    EXPECT_EQ(bits_of(through<TypeParam>(Api<TypeParam>::abs, in)), bits_of<F>({2.5, 2.5, -0.0, 0.0, nan, -nan}));
+    EXPECT_EQ(bits_of(through<TypeParam>(Api<TypeParam>::neg, in)), bits_of<F>({2.5, -2.5, 0.0, -0.0, -nan, nan}));
 }
 
 TEST(Convert, IntegerSourcesKeepLowBitsExtendByTheirSignAndRoundToNearest) {

@@ -15,17 +15,6 @@ namespace {
 using PairCtor = zvq_seq_status (*)(zvq_seq_iterator*, zvq_seq_iterator*, zvq_seq_iterator*, zvq_seq_iterator*,
                                     uint64_t);
 
-template <class Tag>
-struct HashAgg;
-#define ZVQ_TEST_HASH_AGG(name, Tag, ctype)                                                             \
-    template <>                                                                                         \
-    struct HashAgg<zvq::Tag> {                                                                          \
-        static constexpr PairCtor max = zvq_seq_hash_agg_max_##name, min = zvq_seq_hash_agg_min_##name, \
-                                  sum = zvq_seq_hash_agg_sum_##name, avg = zvq_seq_hash_agg_avg_##name; \
-    };
-ZVQ_NUMERIC_TYPES(ZVQ_TEST_HASH_AGG)
-#undef ZVQ_TEST_HASH_AGG
-
 // The groups of one pair over int4 keys.
 template <class A, class VTag>
 std::map<int32_t, A> aggregate(PairCtor ctor, const std::vector<Chunk<value_t<VTag>>>& values,
@@ -38,7 +27,6 @@ std::map<int32_t, A> aggregate(PairCtor ctor, const std::vector<Chunk<value_t<VT
 
 template <class T>
 class HashAggTyped : public ::testing::Test {};
-using NumericTags = ::testing::Types<Uint1, Uint2, Uint4, Uint8, Int1, Int2, Int4, Int8, Float, Double, Datetime>;
 TYPED_TEST_SUITE(HashAggTyped, NumericTags);
 
 // Keys 1 1 2 2 2 2 1 against values 3 3 7 7 7 7 5: the key run of 4 meets
@@ -50,10 +38,10 @@ TYPED_TEST(HashAggTyped, EachFamilyFoldsPerKeyAcrossCutRuns) {
     using A = std::conditional_t<T::kind == Kind::Datetime, uint64_t, double>;
     const std::vector<Chunk<V>> values = {{{3, 1}, {3, 1}, {7, 3}}, {{7, 1}, {5, 1}}};
     const std::vector<Chunk<int32_t>> keys = {{{1, 2}, {2, 4}}, {{1, 1}}};
-    EXPECT_EQ((aggregate<V, T>(HashAgg<T>::max, values, keys)), (std::map<int32_t, V>{{1, 5}, {2, 7}}));
-    EXPECT_EQ((aggregate<V, T>(HashAgg<T>::min, values, keys)), (std::map<int32_t, V>{{1, 3}, {2, 7}}));
-    EXPECT_EQ((aggregate<S, T>(HashAgg<T>::sum, values, keys)), (std::map<int32_t, S>{{1, 11}, {2, 28}}));
-    EXPECT_EQ((aggregate<A, T>(HashAgg<T>::avg, values, keys)), (std::map<int32_t, A>{{1, A(11) / A(3)}, {2, 7}}));
+    EXPECT_EQ((aggregate<V, T>(Api<T>::hash_agg_max, values, keys)), (std::map<int32_t, V>{{1, 5}, {2, 7}}));
+    EXPECT_EQ((aggregate<V, T>(Api<T>::hash_agg_min, values, keys)), (std::map<int32_t, V>{{1, 3}, {2, 7}}));
+    EXPECT_EQ((aggregate<S, T>(Api<T>::hash_agg_sum, values, keys)), (std::map<int32_t, S>{{1, 11}, {2, 28}}));
+    EXPECT_EQ((aggregate<A, T>(Api<T>::hash_agg_avg, values, keys)), (std::map<int32_t, A>{{1, A(11) / A(3)}, {2, 7}}));
 }
 
 TEST(HashAgg, ArithmeticOfEachFamily) {

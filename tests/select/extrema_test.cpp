@@ -38,7 +38,7 @@ class Positions : public ::testing::Test {};
 TYPED_TEST_SUITE(Positions, NumericTags);
 
 TYPED_TEST(Positions, ExtremaReportTheLastElementBeforeATurn) {
-    check_cases<TypeParam>(Fns<TypeParam>::extrema,
+    check_cases<TypeParam>(Api<TypeParam>::extrema,
                            {{{{1, 1}, {3, 1}, {2, 1}, {4, 1}}, 0, {1, 2}},
                             {{{1, 1}, {3, 1}, {2, 1}, {4, 1}}, 1, {1}},
                             {{{1, 1}, {3, 1}, {2, 1}, {4, 1}}, -1, {2}},
@@ -77,7 +77,7 @@ using SignTags = ::testing::Types<Int1, Int2, Int4, Int8, Float, Double>;
 TYPED_TEST_SUITE(Cross, SignTags);
 
 TYPED_TEST(Cross, ReportsTheFirstElementOfTheNewSign) {
-    check_cases<TypeParam>(Fns<TypeParam>::cross, {{{{1, 1}, {2, 1}, {-1, 1}, {-2, 1}, {3, 1}}, 0, {2, 4}},
+    check_cases<TypeParam>(Api<TypeParam>::cross, {{{{1, 1}, {2, 1}, {-1, 1}, {-2, 1}, {3, 1}}, 0, {2, 4}},
                                                    {{{1, 1}, {2, 1}, {-1, 1}, {-2, 1}, {3, 1}}, 1, {4}},
                                                    {{{1, 1}, {2, 1}, {-1, 1}, {-2, 1}, {3, 1}}, -1, {2}},
                                                    // Leading zeros count for nothing; a flat stretch reports its start.
@@ -97,7 +97,7 @@ TYPED_TEST(Cross, OnlyTheFirstChunkKeepsToTheDirection) {
     for (int i = 0; i < 1000; ++i) in.push_back(V(i % 2 ? -1 : 1));
     Script s = Script::of<TypeParam>(chunks_of(in, 200));
     zvq_seq_iterator r{};
-    ASSERT_EQ(Fns<TypeParam>::cross(&r, s.rec(), 1), SEQ_OK);
+    ASSERT_EQ(Api<TypeParam>::cross(&r, s.rec(), 1), SEQ_OK);
     ASSERT_EQ(r.next(&r), SEQ_OK);
     ASSERT_EQ(r.chunk_count, 455);
     EXPECT_EQ(value_at<uint64_t>(r, 0), 2u);

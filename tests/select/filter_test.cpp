@@ -16,7 +16,7 @@ Runs<V> filtered(const std::vector<Chunk<uint8_t>>& cond, const std::vector<Chun
     auto c = Script::of<Uint1>(cond);
     auto in = Script::of<Tag>(input);
     zvq_seq_iterator r{};
-    EXPECT_EQ(Fns<Tag>::filter(&r, c.rec(), in.rec()), SEQ_OK);
+    EXPECT_EQ(Api<Tag>::filter(&r, c.rec(), in.rec()), SEQ_OK);
     auto out = drain_runs<V>(r);
     EXPECT_EQ(r.next_pos, expand(out).size());
     return out;
@@ -50,7 +50,7 @@ TYPED_TEST(Filter, OneRunPerOverlapUnderATrueFlag) {
     auto c = Script::of<Uint1>({Chunk<uint8_t>(9, {1, 255})});
     auto in = Script::of<TypeParam>({Chunk<V>(cap, {V(5), 1}), Chunk<V>(3, {V(5), 1})});
     zvq_seq_iterator r{};
-    ASSERT_EQ(Fns<TypeParam>::filter(&r, c.rec(), in.rec()), SEQ_OK);
+    ASSERT_EQ(Api<TypeParam>::filter(&r, c.rec(), in.rec()), SEQ_OK);
     ASSERT_EQ(r.next(&r), SEQ_OK);
     EXPECT_EQ(r.chunk_count, cap);
 }

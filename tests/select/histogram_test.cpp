@@ -17,7 +17,7 @@ template <class Tag>
 C counts(const std::vector<Chunk<value_t<Tag>>>& chunks, value_t<Tag> lo, value_t<Tag> hi, int64_t n) {
     auto in = Script::of<Tag>(chunks);
     zvq_seq_iterator r{};
-    EXPECT_EQ(Fns<Tag>::histogram(&r, in.rec(), lo, hi, n), SEQ_OK);
+    EXPECT_EQ(Api<Tag>::histogram(&r, in.rec(), lo, hi, n), SEQ_OK);
     return singles_of<uint64_t>(r);
 }
 
@@ -34,14 +34,14 @@ TYPED_TEST(Histogram, EqualHalfOpenIntervalsCountRepeats) {
     // The operand failing: the counts so far are published with its status.
     auto failing = Script::of<TypeParam>({{{V(1), 2}}}).fail_at(1, SEQ_NOMEM);
     zvq_seq_iterator r{};
-    ASSERT_EQ(Fns<TypeParam>::histogram(&r, failing.rec(), V(0), V(10), 2), SEQ_OK);
+    ASSERT_EQ(Api<TypeParam>::histogram(&r, failing.rec(), V(0), V(10), 2), SEQ_OK);
     EXPECT_EQ(r.next(&r), SEQ_NOMEM);
     EXPECT_EQ((C{r.chunk_count, value_at<uint64_t>(r, 0), value_at<uint64_t>(r, 1)}), (C{2, 2, 0}));
 
     // hist_max itself is out of range, hist_min in interval 0: the partial
     // count stays in the chunk, and a further read starts over with the rest.
     auto in = Script::of<TypeParam>({{{V(3), 1}, {V(10), 1}}, {{V(4), 5}}});
-    ASSERT_EQ(Fns<TypeParam>::histogram(&r, in.rec(), V(3), V(10), 2), SEQ_OK);
+    ASSERT_EQ(Api<TypeParam>::histogram(&r, in.rec(), V(3), V(10), 2), SEQ_OK);
     EXPECT_EQ(r.next(&r), SEQ_BAD_ARGUMENT);
     EXPECT_EQ((C{r.next_pos, r.chunk_count, value_at<uint64_t>(r, 0)}), (C{0, 0, 1}));
     EXPECT_EQ(singles_of<uint64_t>(r), (C{5, 0}));
@@ -54,15 +54,15 @@ TYPED_TEST(Histogram, ArgumentsAreTestedBeforeTheBinding) {
     zvq_seq_iterator r{};
     for (auto [lo, hi, n] : {std::tuple{V(0), V(5), int64_t{0}}, {V(0), V(5), int64_t{456}},
                              {V(5), V(5), int64_t{1}}, {V(6), V(5), int64_t{1}}}) {
-        EXPECT_EQ(Fns<TypeParam>::histogram(&r, in.rec(), lo, hi, n), SEQ_BAD_ARGUMENT);
+        EXPECT_EQ(Api<TypeParam>::histogram(&r, in.rec(), lo, hi, n), SEQ_BAD_ARGUMENT);
         EXPECT_EQ(in.rec()->bound, 0);
     }
     auto wrong = Script::of<Uint8>({});
     if constexpr (TypeParam::code != ZVQ_SEQ_TYPE_UINT8) {
-        EXPECT_EQ(Fns<TypeParam>::histogram(&r, wrong.rec(), V(0), V(5), 1), SEQ_TYPE_MISMATCH);
+        EXPECT_EQ(Api<TypeParam>::histogram(&r, wrong.rec(), V(0), V(5), 1), SEQ_TYPE_MISMATCH);
     }
-    ASSERT_EQ(Fns<TypeParam>::histogram(&r, in.rec(), V(0), V(5), 455), SEQ_OK);
-    EXPECT_EQ(Fns<TypeParam>::histogram(&r, in.rec(), V(0), V(5), 1), SEQ_ALREADY_BOUND);
+    ASSERT_EQ(Api<TypeParam>::histogram(&r, in.rec(), V(0), V(5), 455), SEQ_OK);
+    EXPECT_EQ(Api<TypeParam>::histogram(&r, in.rec(), V(0), V(5), 1), SEQ_ALREADY_BOUND);
 }
 
 TEST(HistogramArithmetic, WideSpansFloatRoundingAndNaN) {

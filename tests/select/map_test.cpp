@@ -20,7 +20,7 @@ std::vector<V> mapped(const std::vector<Chunk<V>>& input, const P& pos, size_t n
     auto in = Script::of<Tag>(input);
     auto ps = Script::of<Uint8>(chunks_of(pos, n));
     zvq_seq_iterator r{};
-    EXPECT_EQ(Fns<Tag>::map(&r, in.rec(), ps.rec()), SEQ_OK);
+    EXPECT_EQ(Api<Tag>::map(&r, in.rec(), ps.rec()), SEQ_OK);
     auto got = singles_of<V>(r, nullptr, sizes);
     EXPECT_EQ(r.reset(&r), SEQ_OK);
     EXPECT_EQ(singles_of<V>(r), got);

@@ -36,7 +36,7 @@ TYPED_TEST(Merge, UnionCollapsesOnePairAndPassesTheRestThrough) {
     for (const Case& c : cases) {
         Script l = Script::of<Tag>(c.left), r = Script::of<Tag>(c.right);
         zvq_seq_iterator u{};
-        ASSERT_EQ(Fns<Tag>::union_(&u, l.rec(), r.rec(), c.order), SEQ_OK);
+        ASSERT_EQ(Api<Tag>::union_(&u, l.rec(), r.rec(), c.order), SEQ_OK);
         EXPECT_EQ(u.elem_type, Tag::code);
         zvq_seq_status last;
         EXPECT_EQ(singles_of<V>(u, &last), c.want);
@@ -61,7 +61,7 @@ TYPED_TEST(Merge, UniqueFiltersFromTheSecondChunkOnAndAfterReset) {
     first.back().value = V(2);
     Script in = Script::of<Tag>({first, {{V(2), 3}, {V(2), 1}, {V(3), 5}, {V(3), 1}, {V(2), 1}}});
     zvq_seq_iterator u{};
-    ASSERT_EQ(Fns<Tag>::unique(&u, in.rec()), SEQ_OK);
+    ASSERT_EQ(Api<Tag>::unique(&u, in.rec()), SEQ_OK);
     ASSERT_EQ(u.next(&u), SEQ_OK);
     EXPECT_EQ(u.chunk_count, cap);
     EXPECT_EQ(value_at<V>(u, 1), V(1));

@@ -26,7 +26,7 @@ TYPED_TEST(OrderBy, ReadsTheInputOnceAndDeliversChunksInPermutationOrder) {
     }
     CountingAllocator alloc;
     zvq_seq_iterator r{};
-    ASSERT_EQ(Fns<TypeParam>::order_by(&r, input.rec(), perm.data(), n, nullptr), SEQ_OK);
+    ASSERT_EQ(Api<TypeParam>::order_by(&r, input.rec(), perm.data(), n, nullptr), SEQ_OK);
     EXPECT_EQ(input.rec()->bound, 0);
     for (uint32_t pass = 1; pass <= 2; ++pass) {
         std::vector<size_t> sizes;

@@ -3,8 +3,6 @@
 // of runs of 1.
 #pragma once
 
-#include <gtest/gtest.h>
-
 #include <vector>
 
 #include "support/scripted_source.hpp"
@@ -14,29 +12,8 @@ namespace zvq::test {
 template <class V>
 using Runs = std::vector<Run<V>>;  // Run alone is hidden by testing::Test::Run inside a test
 
-using NumericTags = ::testing::Types<Uint1, Uint2, Uint4, Uint8, Int1, Int2, Int4, Int8, Float, Double, Datetime>;
-
 using PosCtor = zvq_seq_status (*)(zvq_seq_iterator*, zvq_seq_iterator*, int32_t);
 using Top = zvq_seq_status (*)(zvq_seq_iterator*, zvq_seq_iterator*, uint64_t);
-
-// The constructors of a numeric member by type tag.
-template <class Tag>
-struct Fns;
-#define ZVQ_TEST_FNS(name, Tag, ctype)                                                                         \
-    template <>                                                                                                \
-    struct Fns<Tag> {                                                                                          \
-        static constexpr auto union_ = zvq_seq_union_##name;                                                   \
-        static constexpr auto unique = zvq_seq_unique_##name;                                                  \
-        static constexpr PosCtor cross = zvq_seq_cross_##name, extrema = zvq_seq_extrema_##name;               \
-        static constexpr auto filter = zvq_seq_filter_##name, map = zvq_seq_map_##name;                        \
-        static constexpr Top top_max = zvq_seq_top_max_##name, top_min = zvq_seq_top_min_##name,               \
-                             top_pos_max = zvq_seq_top_pos_max_##name, top_pos_min = zvq_seq_top_pos_min_##name; \
-        static constexpr auto sort = zvq_seq_sort_##name;                                                      \
-        static constexpr auto order_by = zvq_seq_order_by_##name;                                              \
-        static constexpr auto histogram = zvq_seq_histogram_##name;                                            \
-    };
-ZVQ_NUMERIC_TYPES(ZVQ_TEST_FNS)
-#undef ZVQ_TEST_FNS
 
 // The values of every chunk up to the first status other than SEQ_OK, which
 // goes to *last, and the number in each chunk. Every run must have repeat 1

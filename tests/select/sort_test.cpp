@@ -54,9 +54,9 @@ TYPED_TEST(Sort, RandomDataWithDuplicatesAndNaN) {
         const auto values = random_values<TypeParam>(n, 40, true);
         Perm asc(n, 77), desc(n, 77);
         seed<TypeParam>.store(99);
-        EXPECT_EQ(Fns<TypeParam>::sort(values.data(), asc.data(), n, SEQ_ORDER_ASC), SEQ_OK);
+        EXPECT_EQ(Api<TypeParam>::sort(values.data(), asc.data(), n, SEQ_ORDER_ASC), SEQ_OK);
         seed<TypeParam>.store(99);
-        Fns<TypeParam>::sort(values.data(), desc.data(), n, SEQ_ORDER_DESC);
+        Api<TypeParam>::sort(values.data(), desc.data(), n, SEQ_ORDER_DESC);
         EXPECT_TRUE(is_permutation_of_n(asc) && ordered(values, asc)) << n;
         std::reverse(desc.begin(), desc.end());
         EXPECT_EQ(desc, asc) << n;
@@ -68,7 +68,7 @@ TYPED_TEST(Sort, SortedReversedAndEqualInputsInOnePass) {
     const V nan = std::numeric_limits<V>::quiet_NaN();
     auto sorted = [](const std::vector<V>& values, uint32_t order) {
         Perm perm(values.size(), 77);
-        Fns<TypeParam>::sort(values.data(), perm.data(), perm.size(), order);
+        Api<TypeParam>::sort(values.data(), perm.data(), perm.size(), order);
         return perm;
     };
     const std::vector<V> up = {V(1), V(2), V(2), V(9)}, down = {V(9), V(2), V(2), V(1)};
@@ -83,7 +83,7 @@ TYPED_TEST(Sort, SortedReversedAndEqualInputsInOnePass) {
         EXPECT_EQ(sorted({nan, nan, nan}, SEQ_ORDER_DESC), (Perm{2, 1, 0}));            // NaN only is sorted
     }
     uint64_t untouched = 42;
-    Fns<TypeParam>::sort(nullptr, &untouched, 0, SEQ_ORDER_DESC);
+    Api<TypeParam>::sort(nullptr, &untouched, 0, SEQ_ORDER_DESC);
     EXPECT_EQ(untouched, 42u);
 
     // Long sorted and reversed input with equal neighbours; then one step

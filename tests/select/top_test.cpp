@@ -28,7 +28,7 @@ std::vector<V> top_of(Top ctor, const std::vector<Chunk<value_t<Tag>>>& chunks, 
 // byte. Among equal values the earlier comes first, and all are kept.
 TYPED_TEST(TopN, LongInputAgainstAStableSort) {
     using V = value_t<TypeParam>;
-    using S = Fns<TypeParam>;
+    using S = Api<TypeParam>;
     std::mt19937 rng(17);
     std::vector<V> values(6000);
     for (V& v : values) v = static_cast<V>(rng() % 120);
@@ -50,7 +50,7 @@ TYPED_TEST(TopN, LongInputAgainstAStableSort) {
 
 TYPED_TEST(TopN, ShortInputsAndTheLimits) {
     using V = value_t<TypeParam>;
-    using S = Fns<TypeParam>;
+    using S = Api<TypeParam>;
     const std::vector<Chunk<V>> data = {{{V(5), 1}, {V(5), 1}}, {{V(3), 1}}, {{V(7), 200}, {V(1), 2}}};
     EXPECT_EQ(top_of<TypeParam>(S::top_max, data, 3), (std::vector<V>{V(7), V(5), V(5)}));
     // Fewer values than N: all of them, sorted.
@@ -75,7 +75,7 @@ TYPED_TEST(TopN, ShortInputsAndTheLimits) {
 // Of two equal values the merge keeps one, while next keeps both.
 TYPED_TEST(TopN, MergeDropsOneOfTwoEqualValues) {
     using V = value_t<TypeParam>;
-    using S = Fns<TypeParam>;
+    using S = Api<TypeParam>;
     using L = std::vector<V>;
     auto merged = [](Top ctor, const L& a, const L& b, uint64_t n) {
         auto sa = Script::of<TypeParam>(chunks_of(a, 455)), sb = Script::of<TypeParam>(chunks_of(b, 455));

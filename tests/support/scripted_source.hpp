@@ -3,6 +3,8 @@
 // collect runs and elements, and a counting allocator that can fail.
 #pragma once
 
+#include <gtest/gtest.h>
+
 #include <cstdint>
 #include <cstring>
 #include <string>
@@ -13,6 +15,8 @@
 #include "zvq/seq.h"
 
 namespace zvq::test {
+
+#include "support/api_table.inc"
 
 template <class V>
 struct Run {
@@ -103,20 +107,6 @@ template <class V>
 std::vector<V> expand(const std::vector<Run<V>>& runs) {
     std::vector<V> out;
     for (const auto& run : runs) out.insert(out.end(), run.repeat, run.value);
-    return out;
-}
-
-// Every element by the reading rule, one at a time, until a non-OK status.
-template <class V>
-std::vector<V> drain_values(zvq_seq_iterator& r, zvq_seq_status* last = nullptr) {
-    std::vector<V> out;
-    zvq_seq_status s = SEQ_OK;
-    for (;;) {
-        if ((s = refill(r)) != SEQ_OK) break;
-        out.push_back(current<V>(r));
-        take(r, 1);
-    }
-    if (last) *last = s;
     return out;
 }
 
