@@ -226,6 +226,7 @@ int main(void) {
     tour_text();
     tour_hash();
     tour_arrow();
+    tour_trust();
     free(col);
 
     printf("\n%s\n", failures ? "FAILED" : "all results match the plain loops");

@@ -31,4 +31,7 @@ void tour_hash(void);
 /* An Arrow run-end encoded column summed, a text list, a hand-back to DuckDB (tour_arrow.c). */
 void tour_arrow(void);
 
+/* The road of one request through split, a LIKE filter, a rolling average (tour_trust.c). */
+void tour_trust(void);
+
 #endif

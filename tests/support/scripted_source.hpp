@@ -110,6 +110,20 @@ std::vector<V> expand(const std::vector<Run<V>>& runs) {
     return out;
 }
 
+// Every element by the reading rule, one at a time, until a non-OK status.
+template <class V>
+std::vector<V> drain_values(zvq_seq_iterator& r, zvq_seq_status* last = nullptr) {
+    std::vector<V> out;
+    zvq_seq_status s = SEQ_OK;
+    for (;;) {
+        if ((s = refill(r)) != SEQ_OK) break;
+        out.push_back(current<V>(r));
+        take(r, 1);
+    }
+    if (last) *last = s;
+    return out;
+}
+
 // Installs allocator hooks that count live bytes and blocks and fail the
 // allocation number fail_on (1-based; 0 never fails). Restores the defaults
 // when destroyed.
