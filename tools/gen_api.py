@@ -139,8 +139,10 @@ def page_section(d, names):
         md += ["", "**Caution:** " + d.caution]
     if d.tests:
         md += ["", "**Pinned by:** " + ", ".join("`%s`" % t for t in d.tests)]
-    shown = names if len(names) <= 6 else names[:3] + ["…"] + names[-2:]
-    md += ["", "%d names: %s" % (len(names), ", ".join("`%s`" % n for n in shown)), ""]
+    shown = ["`%s`" % n for n in names]
+    if len(shown) > 6:
+        shown = shown[:3] + ["…"] + shown[-2:]
+    md += ["", "%d names: %s" % (len(names), ", ".join(shown)), ""]
     return md
 
 

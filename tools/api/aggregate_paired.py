@@ -16,7 +16,7 @@ DECLS = [
         merge="prepare zvq_seq_prepare_aggregate; merge zvq_seq_OP_T_merge adds the source's sums, but adds its sum "
               "of y where the sum of x belongs.",
         caution="signed integer sums are read as unsigned and the merge mixes up the sums: cov_int4 of -1, -2 against "
-                "1, 2 adds numbers near 2^64, and corr_double merged from two halves gave 0.034 where the whole gave "
+                "1, 2 gives -2.77e19, not -0.25, and corr_double merged from two halves gave 0.034 where the whole gave "
                 "-0.711; use zvq_seq_covariance_T and zvq_seq_correlation_T (with their merges).",
         tests=["PairedFold.SumsOverSegmentsOfUnequalRuns",
                "PairedSigns.SignedSumsReadAsUnsignedAndWavgMultipliesInTheOperandsArithmetic",
