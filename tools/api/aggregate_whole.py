@@ -17,7 +17,9 @@ DECLS = [
         statuses=[("SEQ_TYPE_MISMATCH", "constructor: the operand is not T"),
                   ("SEQ_ALREADY_BOUND", "constructor: checks on and the operand bound"),
                   ("SEQ_END", "next: empty operand, or the result was already delivered"),
-                  ("operand's status", "next: passed up unchanged; the partial fold is dropped")],
+                  ("operand's status", "next: passed up unchanged; the partial fold is dropped"),
+                  ("SIGFPE", "agg_avg_datetime_merge of two parts that both hold no element (the merge protocol "
+                   "merges only parts with a result)")],
         merge=_MERGE,
         caution="the run product is taken in the operand's width before widening: agg_sum_int4 of one run of 255 "
                 "copies of 10,000,000 gives -1,744,967,296, and agg_var_samp of 1, 2, 3 gives -2, not 1; convert "

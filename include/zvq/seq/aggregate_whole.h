@@ -30,6 +30,8 @@ extern "C" {
  *   SEQ_ALREADY_BOUND: constructor: checks on and the operand bound
  *   SEQ_END: next: empty operand, or the result was already delivered
  *   operand's status: next: passed up unchanged; the partial fold is dropped
+ *   SIGFPE: agg_avg_datetime_merge of two parts that both hold no element (the merge protocol
+ *     merges only parts with a result)
  * Prepare/merge: prepare zvq_seq_prepare_aggregate; merge zvq_seq_agg_OP_T_merge(destination,
  *   source) folds a prepared source's partial state into a prepared destination, whose next then
  *   delivers the combined result once.
