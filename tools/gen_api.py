@@ -13,6 +13,13 @@ declarations.
 For the tests it also writes tests/support/api_table.inc: Api<Tag> with each
 single-type constructor (and merge) under its name without zvq_seq_ and type.
 
+A doc(...) entry in DECLS documents the declarations that follow it, up to the
+next doc(...): gen_api.py writes it as a comment above them in the header and
+as a section of the family's page under docs/reference/. A declaration before
+the first doc(...) is undocumented, which the doc coverage test refuses.
+docs/building.md says how to write one. Every Caution: line is also collected
+into docs/behaviours.md.
+
     gen_api.py           rewrite the generated files
     gen_api.py --check   exit 1 if any generated file is stale
 """
@@ -25,6 +32,9 @@ ROOT = pathlib.Path(__file__).resolve().parent.parent
 TYPES_HPP = ROOT / "src/core/types.hpp"
 MANIFESTS = ROOT / "tools/api"
 OUT_DIR = ROOT / "include/zvq/seq"
+DOCS_OUT = ROOT / "docs/reference"
+BEHAVIOURS_OUT = ROOT / "docs/behaviours.md"
+CMAKE_LISTS = ROOT / "CMakeLists.txt"
 NAMES_OUT = ROOT / "tests/support/api_names.inc"
 HOST_NAMES_OUT = ROOT / "tests/support/host_names.inc"
 TABLE_OUT = ROOT / "tests/support/api_table.inc"
@@ -73,6 +83,74 @@ def each(template, **axes):
     return out
 
 
+class Doc:
+    """One documented block: the declarations after it up to the next Doc."""
+
+    def __init__(self, name, what, types, statuses, args=None, merge=None, allocates=None, caution=None,
+                 tests=None):
+        if not types or not statuses:
+            sys.exit("gen_api: doc(%s) needs types and statuses" % name)
+        self.name, self.what, self.types, self.statuses = name, what, types, statuses
+        self.args, self.merge, self.allocates = args or [], merge, allocates
+        self.caution, self.tests = caution, tests or []
+
+
+def doc(name, what, types, statuses, **fields):
+    return Doc(name, what, types, statuses, **fields)
+
+
+def wrap(text, width, first, rest):
+    words, lines, line = text.split(), [], first
+    for w in words:
+        if len(line) + len(w) + 1 > width and line.strip():
+            lines.append(line.rstrip())
+            line = rest
+        line += w + " "
+    lines.append(line.rstrip())
+    return lines
+
+
+def comment_lines(d):
+    """The block above a family's declarations: what, types, arguments, statuses, the rest."""
+    out = wrap("%s: %s" % (d.name, d.what), 100, " * ", " *   ")
+    out.append(" *")
+    out.append(" * Types (operand -> result):")
+    for row in d.types:
+        out += wrap("%s -> %s" % row, 100, " *   ", " *     ")
+    if d.args:
+        out.append(" * Arguments:")
+        for arg, role in d.args:
+            out += wrap("%s: %s" % (arg, role), 100, " *   ", " *     ")
+    out.append(" * Statuses:")
+    for status, when in d.statuses:
+        out += wrap("%s: %s" % (status, when), 100, " *   ", " *     ")
+    out += wrap("Prepare/merge: " + (d.merge or "no."), 100, " * ", " *   ")
+    out += wrap("Allocates: " + (d.allocates or "nothing."), 100, " * ", " *   ")
+    if d.caution:
+        out += wrap("Caution: " + d.caution, 100, " * ", " *   ")
+    if d.tests:
+        out += wrap("Pinned by: " + ", ".join(d.tests), 100, " * ", " *   ")
+    return ["/**"] + [l.replace("*/", "* /") for l in out] + [" */"]
+
+
+def page_section(d, names):
+    md = ["## `%s`" % d.name, "", d.what, "", "| Operand | Result |", "|---|---|"]
+    md += ["| %s | %s |" % row for row in d.types]
+    if d.args:
+        md += ["", "| Argument | Role |", "|---|---|"] + ["| `%s` | %s |" % a for a in d.args]
+    md += ["", "| Status | When |", "|---|---|"] + ["| `%s` | %s |" % s for s in d.statuses]
+    md += ["", "**Prepare/merge:** " + (d.merge or "no."), "", "**Allocates:** " + (d.allocates or "nothing.")]
+    if d.caution:
+        md += ["", "**Caution:** " + d.caution]
+    if d.tests:
+        md += ["", "**Pinned by:** " + ", ".join("`%s`" % t for t in d.tests)]
+    shown = ["`%s`" % n for n in names]
+    if len(shown) > 6:
+        shown = shown[:3] + ["…"] + shown[-2:]
+    md += ["", "%d names: %s" % (len(names), ", ".join(shown)), ""]
+    return md
+
+
 def exported_name(decl):
     if "(" in decl.split("=")[0] and not decl.lstrip().startswith("extern"):
         return re.search(r"(\w+)\s*\(", decl).group(1)
@@ -85,12 +163,16 @@ def load_manifest(path, calls=None):
             calls.append((template, axes))
         return each(template, **axes)
 
-    scope = {"each": recorded, "NUMERIC": NUMERIC, "CHAR": CHAR, "ALL": ALL, "by_name": by_name}
+    scope = {"each": recorded, "NUMERIC": NUMERIC, "CHAR": CHAR, "ALL": ALL, "by_name": by_name, "doc": doc}
     exec(compile(path.read_text(), str(path), "exec"), scope)
-    return scope["TITLE"], scope["DECLS"], scope.get("PREAMBLE", "")
+    return scope["TITLE"], scope["DECLS"], scope.get("NOTES", ""), scope.get("PREAMBLE", "")
 
 
-def render_header(stem, title, decls, preamble=""):
+def declarations(entries):
+    return [e for e in entries if isinstance(e, str)]
+
+
+def render_header(stem, title, entries, preamble=""):
     guard = "ZVQ_SEQ_%s_H" % stem.upper()
     lines = [
         "/* Generated by tools/gen_api.py from tools/api/%s.py; do not edit. */" % stem,
@@ -105,7 +187,12 @@ def render_header(stem, title, decls, preamble=""):
     ]
     if preamble:
         lines += [preamble.strip("\n"), ""]
-    lines += ["ZVQ_SEQ_API " + d for d in decls]
+    for e in entries:
+        if isinstance(e, Doc):
+            lines += ["" if lines[-1] else None] + comment_lines(e)
+            lines = [l for l in lines if l is not None]
+        else:
+            lines.append("ZVQ_SEQ_API " + e)
     lines += ["", "#ifdef __cplusplus", "}", "#endif", "", "#endif", ""]
     return "\n".join(lines)
 
@@ -137,16 +224,83 @@ def api_table(calls):
     return "\n".join(lines) + "\n"
 
 
+def render_page(stem, title, entries, notes):
+    md = ["<!-- Generated by tools/gen_api.py from tools/api/%s.py; do not edit. -->" % stem,
+          "# %s" % title, "", "Declared in `zvq/seq/%s.h`." % stem, ""]
+    block, names = None, []
+    for e in entries + [None]:
+        if isinstance(e, str):
+            names.append(exported_name(e))
+            continue
+        if block is not None:
+            md += page_section(block, names)
+        elif names:
+            md += ["## Undocumented", "", ", ".join("`%s`" % n for n in names), ""]
+        block, names = e, []
+    if notes.strip():
+        md += ["## Decisions and details", "", notes.strip(), ""]
+    return "\n".join(md)
+
+
+BEHAVIOURS_HEAD = """<!-- Generated by tools/gen_api.py from the Caution: lines of tools/api/*.py; do not edit. -->
+# Behaviours to know
+
+Every operator below answers `SEQ_OK` and still gives what its name does not suggest, or stops the
+process, or never returns. Each behaviour is kept on purpose: hosts rely on it. The line says what
+happens, with an input and its answer, and which operator gives what the name suggests. The family
+page behind each link has the whole contract and the test that pins it.
+"""
+
+
+def render_behaviours(cautions, faults):
+    md = [BEHAVIOURS_HEAD, "## Wrong-looking answers with SEQ_OK", "", "| Operator | What happens, and the alternative |",
+          "|---|---|"]
+    md += ["| [`%s`](reference/%s.md) | %s |" % (name, stem, text.replace("|", "\\|")) for stem, name, text in cautions]
+    md += ["", "## Faults: the process stops", "", "| Operator | When |", "|---|---|"]
+    md += ["| [`%s`](reference/%s.md) | %s: %s |" % (name, stem, sig, when) for stem, name, sig, when in faults]
+    md += ["", "## Operators that do not end by themselves", "",
+           "`zvq_seq_const_T` (endless by design), `zvq_seq_stretch_T_U`, `zvq_seq_stretch0_T_U` and "
+           "`zvq_seq_asof_join_T_U` repeat their answer after the last key; `zvq_seq_thin_T` with step 0; "
+           "`zvq_seq_print_char`; `zvq_seq_custom_parse` over a text whose last item has no `,` or `}` behind it; "
+           "`zvq_seq_parse_char` over an unquoted list without `}`. Bound their reader with `zvq_seq_limit` or "
+           "a binary operator whose other operand ends. `zvq_seq_filter_first_pos` with a false flag under its "
+           "input's cursor never returns from `next`.", ""]
+    return "\n".join(md)
+
+
+def version_header():
+    m = re.search(r"project\(zvqseq VERSION (\d+)\.(\d+)\.(\d+)", CMAKE_LISTS.read_text())
+    if not m:
+        sys.exit("gen_api: project(zvqseq VERSION x.y.z ...) not found in CMakeLists.txt")
+    major, minor, patch = m.groups()
+    return "\n".join([
+        "/* Generated by tools/gen_api.py from the project VERSION in CMakeLists.txt; do not edit. */",
+        "#ifndef ZVQ_SEQ_VERSION_H", "#define ZVQ_SEQ_VERSION_H", "",
+        "#define ZVQ_SEQ_VERSION_MAJOR %s" % major,
+        "#define ZVQ_SEQ_VERSION_MINOR %s" % minor,
+        "#define ZVQ_SEQ_VERSION_PATCH %s" % patch,
+        '#define ZVQ_SEQ_VERSION_STRING "%s.%s.%s"' % (major, minor, patch), "", "#endif", ""])
+
+
 def outputs():
     files = {}
     calls = []
     names = []
     host_names = []
     stems = []
+    pages, cautions, faults = [], [], []
     for path in sorted(MANIFESTS.glob("*.py")):
-        title, decls, preamble = load_manifest(path, calls)
+        title, entries, notes, preamble = load_manifest(path, calls)
+        for d in entries:
+            if isinstance(d, Doc):
+                if d.caution:
+                    cautions.append((path.stem, d.name, d.caution))
+                faults += [(path.stem, d.name, st, when) for st, when in d.statuses if st.startswith("SIG")]
+        decls = declarations(entries)
         stems.append(path.stem)
-        files[OUT_DIR / (path.stem + ".h")] = render_header(path.stem, title, decls, preamble)
+        pages.append((path.stem, title))
+        files[OUT_DIR / (path.stem + ".h")] = render_header(path.stem, title, entries, preamble)
+        files[DOCS_OUT / (path.stem + ".md")] = render_page(path.stem, title, entries, notes)
         names += [exported_name(d) for d in decls]
         if path.stem == HOST_MANIFEST:
             host_names += [exported_name(d) for d in decls]
@@ -157,6 +311,12 @@ def outputs():
     umbrella += ['#include "zvq/seq/%s.h"' % s for s in stems]
     umbrella += ["#endif", ""]
     files[OUT_DIR / "all.h"] = "\n".join(umbrella)
+    files[OUT_DIR / "version.h"] = version_header()
+    index = ["<!-- Generated by tools/gen_api.py; do not edit. -->", "# Reference by family", "",
+             "One page per header under `include/zvq/seq/`, with the same text as the header's comments.", ""]
+    index += ["- [%s](%s.md): %s" % (stem, stem, title) for stem, title in pages]
+    files[DOCS_OUT / "README.md"] = "\n".join(index + [""])
+    files[BEHAVIOURS_OUT] = render_behaviours(cautions, faults)
     files[NAMES_OUT] = "/* Generated by tools/gen_api.py: every exported name. */\n" + "".join(
         '"%s",\n' % n for n in sorted(names))
     files[HOST_NAMES_OUT] = "/* Generated by tools/gen_api.py: the names the host module supplies. */\n" + "".join(
@@ -177,7 +337,7 @@ def main():
             path.write_text(text)
     if check:
         known = set(outputs())
-        extra = [p for p in OUT_DIR.glob("*.h") if p not in known]
+        extra = [p for p in list(OUT_DIR.glob("*.h")) + list(DOCS_OUT.glob("*.md")) if p not in known]
         stale += [p.relative_to(ROOT) for p in extra]
     if check and stale:
         print("gen_api: stale generated files (run tools/gen_api.py): " + ", ".join(map(str, stale)))

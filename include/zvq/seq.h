@@ -12,6 +12,8 @@
 #include <stddef.h>
 #include <stdint.h>
 
+#include "zvq/seq/version.h"
+
 #if defined(ZVQ_SEQ_STATIC)
 #define ZVQ_SEQ_API
 #elif defined(__GNUC__)

@@ -7,8 +7,8 @@
 // holds: sum writes its 8-byte accumulator as it is (int8 for int operands,
 // uint8 for uint and datetime, double for float and double), min and max
 // write the operand's own values at the operand's width and chunk capacity,
-// the others doubles. A caller reads the layout of the family it built; the
-// folder README shows how.
+// the others doubles. A caller reads the layout of the family it built;
+// docs/reference/aggregate_grid.md shows how.
 //
 // The rules fold a stretch of equal values at once wherever that gives the
 // very bits that folding them one by one gives.

@@ -1,7 +1,9 @@
-// Allocator hooks, scratch buffers, binding control and the aggregate resets.
+// Allocator hooks, scratch buffers, binding control, the aggregate resets,
+// status names and the version.
 #include <cstdlib>
 
 #include "core/record.hpp"
+#include "zvq/seq/version.h"
 
 extern "C" {
 
@@ -58,5 +60,23 @@ zvq_seq_status zvq_seq_reset_ternary_agg_iterator(zvq_seq_iterator* it) {
             if (zvq_seq_status s = op->reset(op)) return s;
     return zvq_seq_reset_iterator(it);
 }
+
+const char* zvq_seq_status_name(zvq_seq_status status) {
+    switch (status) {
+        case SEQ_OK: return "SEQ_OK";
+        case SEQ_END: return "SEQ_END";
+        case SEQ_NOMEM: return "SEQ_NOMEM";
+        case SEQ_NOT_SUPPORTED: return "SEQ_NOT_SUPPORTED";
+        case SEQ_TYPE_MISMATCH: return "SEQ_TYPE_MISMATCH";
+        case SEQ_BAD_ARGUMENT: return "SEQ_BAD_ARGUMENT";
+        case SEQ_BAD_ORDER: return "SEQ_BAD_ORDER";
+        case SEQ_ALREADY_BOUND: return "SEQ_ALREADY_BOUND";
+    }
+    return "unknown status";
+}
+
+// Compiled from the header's macros, so a caller can compare the library it
+// loaded with the header it was built against.
+const char* zvq_seq_version(void) { return ZVQ_SEQ_VERSION_STRING; }
 
 }  // extern "C"

@@ -1,18 +1,110 @@
-TITLE = "The frame: allocator hooks, binding control, the aggregate resets and the pull functions"
+TITLE = "The frame: allocator hooks, binding control, the aggregate resets, the pull functions, status names and the version"
 DECLS = [
+    doc("allocator hooks",
+        "Every allocation of the library goes through zvq_seq_malloc and zvq_seq_free, which start as the system's "
+        "malloc and free (zvq_seq_sys_malloc, zvq_seq_sys_free) and are replaced together by "
+        "zvq_seq_redefine_allocator. The record passed to a hook is the one allocating (the context); size is in bytes, "
+        "and the free hook gets the size that was asked for. Set them before any tree is in use.",
+        types=[("none", "none: pointers and byte counts")],
+        args=[("context", "the record on whose behalf memory is taken or given back"),
+              ("size", "bytes"), ("malloc_fn, free_fn", "the new hooks, installed as a pair")],
+        statuses=[("none", "a hook that returns null makes the allocating operator answer SEQ_NOMEM")],
+        tests=["Allocator.BufferHooksSeeTheSizeAndFailureLeavesNull"]),
     "extern zvq_seq_malloc_fn zvq_seq_malloc;",
     "extern zvq_seq_free_fn zvq_seq_free;",
     "void* zvq_seq_sys_malloc(zvq_seq_iterator* context, uint64_t size);",
     "void zvq_seq_sys_free(zvq_seq_iterator* context, void* pointer, uint64_t size);",
     "void zvq_seq_redefine_allocator(zvq_seq_malloc_fn malloc_fn, zvq_seq_free_fn free_fn);",
+    doc("scratch buffer",
+        "zvq_seq_alloc_buffer takes size bytes through zvq_seq_malloc into the record's buffer (buffer_size keeps "
+        "size, buffer may be null); zvq_seq_free_buffer gives it back and sets buffer to null, and does nothing when "
+        "buffer is already null. Reversal, order_by and the long top position lists use it.",
+        types=[("any record", "void* (the buffer) or nothing")],
+        args=[("it", "the record that owns the buffer"), ("size", "bytes")],
+        statuses=[("none", "a null return means the hook failed")],
+        allocates="size bytes through zvq_seq_malloc; released by zvq_seq_free_buffer.",
+        tests=["Allocator.BufferHooksSeeTheSizeAndFailureLeavesNull"]),
     "void* zvq_seq_alloc_buffer(zvq_seq_iterator* it, uint64_t size);",
     "void zvq_seq_free_buffer(zvq_seq_iterator* it);",
+    doc("binding checks",
+        "Sets zvq_seq_check_bindings to value and returns its former value. With checks on (the default of the "
+        "bundled host module), a constructor refuses an operand that is already bound, and a pull function refuses a "
+        "bound record.",
+        types=[("uint32_t", "uint32_t (the former setting)")],
+        args=[("value", "nonzero turns the checks on, 0 off")],
+        statuses=[("none", "returns the former setting, never fails")],
+        tests=["BindingControl.EnableReturnsFormerAndOneRecordMayBeBothOperands"]),
     "uint32_t zvq_seq_enable_check_bindings(uint32_t value);",
+    doc("prepare and the aggregate resets",
+        "zvq_seq_prepare_aggregate is the prepare of every aggregate that folds plain state: it calls the record's "
+        "next (which drains the operand and publishes the partial result) and sets prepared to 1 whatever next "
+        "answered. The three aggregate resets clear pending_count, then rewind the one, two or three operands and "
+        "the record (the host's resets).",
+        types=[("any aggregate record", "the record itself")],
+        args=[("it", "the aggregate record")],
+        statuses=[("SEQ_OK", "done"), ("SEQ_END", "prepare over an empty operand: no partial result"),
+                  ("operand's status", "passed up unchanged; a reset stops at the first operand that fails")],
+        merge="this is the prepare half of the merge protocol: prepare every part, then call merge on one root with "
+              "each other part.",
+        tests=["FrameResets.PrepareSetsPreparedWhateverNextSaidAndResetForgetsIt",
+               "FrameResets.AggResetsClearPendingCountAndRewindOperandsOnly"]),
     "zvq_seq_status zvq_seq_prepare_aggregate(zvq_seq_iterator* it);",
     "zvq_seq_status zvq_seq_reset_unary_agg_iterator(zvq_seq_iterator* it);",
     "zvq_seq_status zvq_seq_reset_binary_agg_iterator(zvq_seq_iterator* it);",
     "zvq_seq_status zvq_seq_reset_ternary_agg_iterator(zvq_seq_iterator* it);",
+    doc("next_T",
+        "Reads one element of the root of a tree into value_out, runs expanded, pulling the record when its chunk is "
+        "used up. A repeat byte of 0 delivers its value 256 times.",
+        types=[("a record of type T (all twelve; char: width bytes copied)", "one T in *value_out")],
+        args=[("it", "the root record; the caller is its reader"), ("value_out", "where the element goes")],
+        statuses=[("SEQ_OK", "an element was delivered"), ("SEQ_END", "the sequence is exhausted"),
+                  ("SEQ_TYPE_MISMATCH", "the record's elem_type is not T"),
+                  ("SEQ_ALREADY_BOUND", "binding checks on and the record is an operand of another operator"),
+                  ("operand's status", "passed up unchanged")],
+        tests=["PullFunctions.NextAndGetExpandRunsAcrossChunks",
+               "PullFunctions.TypeIsTestedByCodeAndBoundRecordsOnlyWithChecksOn"]),
     *each("zvq_seq_status zvq_seq_next_{t}(zvq_seq_iterator* it, {t_c}* value_out);", t=ALL),
+    doc("get_T",
+        "Reads up to *count_in_out elements into array_out, runs expanded, and sets *count_in_out to the number "
+        "read. A short count with SEQ_OK means the sequence ended after them; the next call answers SEQ_END.",
+        types=[("a record of type T (all twelve; char: width bytes per element)", "T elements in array_out")],
+        args=[("it", "the root record"), ("array_out", "room for *count_in_out elements"),
+              ("count_in_out", "in: elements wanted; out: elements delivered")],
+        statuses=[("SEQ_OK", "at least one element delivered"), ("SEQ_END", "nothing left"),
+                  ("SEQ_TYPE_MISMATCH", "elem_type is not T"),
+                  ("SEQ_ALREADY_BOUND", "binding checks on and the record is bound"),
+                  ("operand's status", "passed up with *count_in_out unchanged")],
+        tests=["PullFunctions.GetPassesAFailureWithTheCountUnchanged"]),
     *each("zvq_seq_status zvq_seq_get_{t}(zvq_seq_iterator* it, {t_c}* array_out, uint64_t* count_in_out);", t=ALL),
+    doc("get_nullable_T",
+        "Copies up to *count_in_out chunk slots (runs not expanded) into array_out and their null flags into "
+        "null_bitmap_out, one bit per slot in the order of the record's null_bitmap. Meant for sources whose runs "
+        "are single elements, such as rle_decode and the text parsers.",
+        types=[("a record of type T (all twelve)", "T slots and a bitmap")],
+        args=[("it", "the root record"), ("array_out", "room for *count_in_out slots"),
+              ("count_in_out", "in: slots wanted; out: slots delivered"),
+              ("null_bitmap_out", "room for *count_in_out bits, as uint64_t words")],
+        statuses=[("SEQ_OK", "slots delivered"), ("SEQ_END", "nothing left"),
+                  ("SEQ_TYPE_MISMATCH", "elem_type is not T"),
+                  ("SEQ_ALREADY_BOUND", "binding checks on and the record is bound"),
+                  ("operand's status", "passed up unchanged")],
+        caution="it counts slots, not elements: over a run of 3 it delivers one slot, so use zvq_seq_get_T to "
+                "expand runs.",
+        tests=["PullFunctions.GetNullableTakesSlotsNotElements"]),
     *each("zvq_seq_status zvq_seq_get_nullable_{t}(zvq_seq_iterator* it, {t_c}* array_out, uint64_t* count_in_out, uint64_t* null_bitmap_out);", t=ALL),
+    doc("status_name",
+        "The name of a status as a static string (\"SEQ_OK\", \"SEQ_END\", ...), \"unknown status\" for any other "
+        "value. Never null, never to be freed.",
+        types=[("zvq_seq_status", "const char*")],
+        args=[("status", "any 32-bit value")],
+        statuses=[("none", "always returns a string")],
+        tests=["StatusName.EveryStatusHasItsNameAndOthersAreUnknown"]),
+    "const char* zvq_seq_status_name(zvq_seq_status status);",
+    doc("version",
+        "The version of the loaded library as \"MAJOR.MINOR.PATCH\", equal to ZVQ_SEQ_VERSION_STRING of the headers "
+        "it was built with; compare it with the macros to detect a header and library mismatch.",
+        types=[("none", "const char* (static)")],
+        statuses=[("none", "always returns a string")],
+        tests=["Version.StringMatchesTheHeaderMacrosAndTheSharedLibrary"]),
+    "const char* zvq_seq_version(void);",
 ]

@@ -7,6 +7,42 @@
 extern "C" {
 #endif
 
+/**
+ * group_agg_OP_T (max, min, first, last, sum, avg, var, var_samp, dev, dev_samp): One result per
+ *   group of ADJACENT equal keys (keys of any type, compared by their bytes; sort or cluster the
+ *   keys first), values and keys read in step. A key that comes back later opens a new group.
+ *   var_samp divides by c - 1 in both places; NaN never replaces a max or min, but a NaN that came
+ *   first stays.
+ *
+ * Types (operand -> result):
+ *   int1..int8 -> max, min, first, last T; sum int8; avg and variances double
+ *   uint1..uint8 -> max, min, first, last T; sum uint8; avg and variances double
+ *   float -> max, min, first, last float; the others double
+ *   double -> double
+ *   datetime -> max, min, first, last, sum, avg datetime; variances double
+ * Arguments:
+ *   result: one result per group
+ *   values: the values, of type T
+ *   keys: the group keys, any type
+ * Statuses:
+ *   SEQ_TYPE_MISMATCH: constructor: values not T, or keys wider than 232 bytes (before any operand
+ *     is marked); next: a key operand grown past 232 bytes
+ *   SEQ_ALREADY_BOUND: constructor: checks on and an operand bound
+ *   SEQ_END: next: the keys or values are exhausted
+ *   operand's status: next: passed up; the group in progress is kept
+ * Prepare/merge: no.
+ * Allocates: nothing.
+ * Caution: avg and the variances of signed integers add each run as an unsigned number: the
+ *   avg_int4 of a group -1, -1 is about 1.8e19, not -1, while sum is exact; convert the values
+ *   first (zvq_seq_int4_to_double) or divide group_agg_sum by group_agg_count.
+ * Pinned by: GroupFold.EachFamilyOverGroupsOfKeyRuns, GroupFold.ResultShapesAndFrame,
+ *   GroupRule.KeyRunsAcrossChunksAndValueRunsAcrossKeyRuns,
+ *   GroupRule.NarrowKeysCompareAllTheirBits, GroupRule.WideKeysAreReadAtTheSlotOfTheResultCount,
+ *   GroupRule.AChunkFullOnAGroupBoundaryLosesNothing,
+ *   GroupSigns.AveragesReadTheIntegerSumAsUnsignedWhileSumIsExact,
+ *   GroupBinding.EachShapeTestsAndMarksItsOwnWay,
+ *   GroupLifecycle.FailureKeepsTheGroupAndResetStartsOver
+ */
 ZVQ_SEQ_API zvq_seq_status zvq_seq_group_agg_max_uint1(zvq_seq_iterator* result, zvq_seq_iterator* values, zvq_seq_iterator* keys);
 ZVQ_SEQ_API zvq_seq_status zvq_seq_group_agg_max_uint2(zvq_seq_iterator* result, zvq_seq_iterator* values, zvq_seq_iterator* keys);
 ZVQ_SEQ_API zvq_seq_status zvq_seq_group_agg_max_uint4(zvq_seq_iterator* result, zvq_seq_iterator* values, zvq_seq_iterator* keys);
@@ -227,6 +263,33 @@ ZVQ_SEQ_API zvq_seq_status zvq_seq_group_agg_dev_samp_int8_next(zvq_seq_iterator
 ZVQ_SEQ_API zvq_seq_status zvq_seq_group_agg_dev_samp_float_next(zvq_seq_iterator* it);
 ZVQ_SEQ_API zvq_seq_status zvq_seq_group_agg_dev_samp_double_next(zvq_seq_iterator* it);
 ZVQ_SEQ_API zvq_seq_status zvq_seq_group_agg_dev_samp_datetime_next(zvq_seq_iterator* it);
+
+/**
+ * group_agg_wavg_T: A weighted average per group of adjacent equal keys: the FIRST operand a is
+ *   the weight, the second b the value. The numerator sums b x a x n over the group; the divisor
+ *   is a x n of the group's LAST fold only.
+ *
+ * Types (operand -> result):
+ *   int1..int8 -> int8 (truncated)
+ *   uint1..uint8, datetime -> uint8 / datetime (truncated)
+ *   float, double -> double
+ * Arguments:
+ *   result: one result per group
+ *   a: the weights, T
+ *   b: the values, T
+ *   keys: the group keys, any type
+ * Statuses:
+ *   SEQ_TYPE_MISMATCH: constructor: values not T, or keys wider than 232 bytes (before any operand
+ *     is marked); next: a key operand grown past 232 bytes
+ *   SEQ_ALREADY_BOUND: constructor: checks on and an operand bound
+ *   SEQ_END: next: the keys or values are exhausted
+ *   operand's status: next: passed up; the group in progress is kept
+ * Prepare/merge: no.
+ * Allocates: nothing.
+ * Caution: the divisor is the last fold's weight, not the sum of weights: weights 1, 3 over values
+ *   10, 20 in one group give 23.33, not 17.5; use zvq_seq_group_agg_weighted_avg_T.
+ * Pinned by: GroupFold.WavgDividesByTheLastFoldsWeight
+ */
 ZVQ_SEQ_API zvq_seq_status zvq_seq_group_agg_wavg_uint1(zvq_seq_iterator* result, zvq_seq_iterator* a, zvq_seq_iterator* b, zvq_seq_iterator* keys);
 ZVQ_SEQ_API zvq_seq_status zvq_seq_group_agg_wavg_uint2(zvq_seq_iterator* result, zvq_seq_iterator* a, zvq_seq_iterator* b, zvq_seq_iterator* keys);
 ZVQ_SEQ_API zvq_seq_status zvq_seq_group_agg_wavg_uint4(zvq_seq_iterator* result, zvq_seq_iterator* a, zvq_seq_iterator* b, zvq_seq_iterator* keys);
@@ -249,6 +312,26 @@ ZVQ_SEQ_API zvq_seq_status zvq_seq_group_agg_wavg_int8_next(zvq_seq_iterator* it
 ZVQ_SEQ_API zvq_seq_status zvq_seq_group_agg_wavg_float_next(zvq_seq_iterator* it);
 ZVQ_SEQ_API zvq_seq_status zvq_seq_group_agg_wavg_double_next(zvq_seq_iterator* it);
 ZVQ_SEQ_API zvq_seq_status zvq_seq_group_agg_wavg_datetime_next(zvq_seq_iterator* it);
+
+/**
+ * group_agg_count: The number of elements (runs expanded) in each group of adjacent equal keys,
+ *   whole runs at a time.
+ *
+ * Types (operand -> result):
+ *   keys of any type -> uint8
+ * Arguments:
+ *   result: one count per group
+ *   keys: the group keys
+ * Statuses:
+ *   SEQ_ALREADY_BOUND: constructor: checks on and an operand bound
+ *   SEQ_END: next: the keys or values are exhausted
+ *   operand's status: next: passed up; the group in progress is kept
+ *   SEQ_TYPE_MISMATCH: constructor: keys wider than 232 bytes
+ * Prepare/merge: no.
+ * Allocates: nothing.
+ * Pinned by: GroupCount.CountsWholeRunsPerGroup,
+ *   GroupCount.StopsAtTheCapacityOfItsResultAndCountsEachRunOnce
+ */
 ZVQ_SEQ_API zvq_seq_status zvq_seq_group_agg_count(zvq_seq_iterator* result, zvq_seq_iterator* keys);
 ZVQ_SEQ_API zvq_seq_status zvq_seq_group_agg_count_next(zvq_seq_iterator* it);
 

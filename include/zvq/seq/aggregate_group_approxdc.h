@@ -7,6 +7,30 @@
 extern "C" {
 #endif
 
+/**
+ * group_agg_approxdc, group_agg_approxdc_hash: An approximate distinct count per group of adjacent
+ *   equal keys, one register update per run. keys is neither tested nor marked bound. Keys of 1,
+ *   2, 4, 8 bytes and up to 40 bytes work in the plain form; the _hash form keeps 8 bytes of a key
+ *   of another width and compares those.
+ *
+ * Types (operand -> result):
+ *   values of any type (or uint4 hashes), keys of any type -> uint4, one per group
+ * Arguments:
+ *   result: one estimate per group
+ *   values, hashes: what is counted
+ *   keys: the group keys
+ * Statuses:
+ *   SEQ_TYPE_MISMATCH: constructor: hashes not uint4; next (plain form): a key wider than 40 bytes
+ *     and not 1, 2, 4 or 8
+ *   SEQ_ALREADY_BOUND: constructor: checks on and the counted operand bound
+ *   SEQ_END: next: exhausted
+ *   operand's status: passed up; the group in progress stays
+ * Prepare/merge: no.
+ * Allocates: nothing.
+ * Pinned by: GroupAggApproxdc.EachClusterCountsAsItsOwnSequence,
+ *   GroupAggApproxdc.RunsCountOnceAndAFailureKeepsTheRegisters,
+ *   GroupAggApproxdc.BindingAndKeysOfOtherWidths
+ */
 ZVQ_SEQ_API zvq_seq_status zvq_seq_group_agg_approxdc(zvq_seq_iterator* result, zvq_seq_iterator* values, zvq_seq_iterator* keys);
 ZVQ_SEQ_API zvq_seq_status zvq_seq_group_agg_approxdc_next(zvq_seq_iterator* it);
 ZVQ_SEQ_API zvq_seq_status zvq_seq_group_agg_approxdc_hash(zvq_seq_iterator* result, zvq_seq_iterator* hashes, zvq_seq_iterator* keys);

@@ -7,15 +7,80 @@
 extern "C" {
 #endif
 
+/**
+ * host resets: The resets every operator installs. zvq_seq_reset_iterator rewinds the record alone
+ *   (chunk_count, chunk_pos, run_pos, next_pos and pending_count to 0; in this library prepared
+ *   too, so a reset aggregate pulls its operand again). The unary and binary forms first call
+ *   reset on operand[0] (and operand[1]) and stop at the first failure.
+ *
+ * Types (operand -> result):
+ *   any record -> the record, rewound
+ * Arguments:
+ *   it: the record to rewind
+ * Statuses:
+ *   SEQ_OK: rewound
+ *   operand's status: an operand's reset failed; passed up unchanged
+ * Prepare/merge: no.
+ * Allocates: nothing.
+ * Pinned by: FrameResets.PrepareSetsPreparedWhateverNextSaidAndResetForgetsIt
+ */
 ZVQ_SEQ_API zvq_seq_status zvq_seq_reset_iterator(zvq_seq_iterator* it);
 ZVQ_SEQ_API zvq_seq_status zvq_seq_reset_unary_iterator(zvq_seq_iterator* it);
 ZVQ_SEQ_API zvq_seq_status zvq_seq_reset_binary_iterator(zvq_seq_iterator* it);
+
+/**
+ * zvq_seq_check_bindings: The binding switch read by every constructor and pull function: nonzero
+ *   refuses a second reader of a record with SEQ_ALREADY_BOUND. Starts at 1 in the bundled host
+ *   module. Set it through zvq_seq_enable_check_bindings.
+ *
+ * Types (operand -> result):
+ *   none -> uint32_t variable
+ * Statuses:
+ *   none: a variable
+ * Prepare/merge: no.
+ * Allocates: nothing.
+ * Pinned by: BindingControl.EnableReturnsFormerAndOneRecordMayBeBothOperands
+ */
 ZVQ_SEQ_API extern uint32_t zvq_seq_check_bindings;
+
+/**
+ * host memory and bitmap helpers: zvq_seq_copy_bitmap copies count bits between null bitmaps (bit
+ *   i of a bitmap is bit i mod 64 of word i / 64); zvq_memcmp, zvq_memmove, zvq_memnull
+ *   (zero-fill) and zvq_strchr behave as memcmp, memmove, memset to 0 and strchr with 64-bit
+ *   sizes.
+ *
+ * Types (operand -> result):
+ *   bytes, bitmaps -> int (comparison), pointer, or nothing
+ * Arguments:
+ *   destination_pos, source_pos: bit positions
+ *   count: bits
+ *   size: bytes
+ * Statuses:
+ *   none: no status: plain helpers
+ * Prepare/merge: no.
+ * Allocates: nothing.
+ * Pinned by: HostOperations.BitmapMemcmpAndStrchr
+ */
 ZVQ_SEQ_API void zvq_seq_copy_bitmap(uint64_t* destination, uint32_t destination_pos, const uint64_t* source, uint32_t source_pos, uint32_t count);
 ZVQ_SEQ_API int zvq_memcmp(const void* left, const void* right, uint64_t size);
 ZVQ_SEQ_API void* zvq_memmove(void* destination, const void* source, uint64_t size);
 ZVQ_SEQ_API void zvq_memnull(void* pointer, uint64_t size);
 ZVQ_SEQ_API char* zvq_strchr(const char* text, int character);
+
+/**
+ * zvq_int_get_prime_number: The prime ladder that sizes hash tables: 29 rising primes, each about
+ *   2.15 times the one before, from 2 to 4067306273; an index above 28 gives the top rung.
+ *
+ * Types (operand -> result):
+ *   uint32_t index -> uint64_t prime
+ * Arguments:
+ *   index: the rung, 0 to 28
+ * Statuses:
+ *   none: always returns a prime
+ * Prepare/merge: no.
+ * Allocates: nothing.
+ * Pinned by: HostOperations.PrimeLadderRisesAndIsPure
+ */
 ZVQ_SEQ_API uint64_t zvq_int_get_prime_number(uint32_t index);
 
 #ifdef __cplusplus

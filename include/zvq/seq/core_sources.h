@@ -7,6 +7,25 @@
 extern "C" {
 #endif
 
+/**
+ * const_T: An endless sequence of one value: the chunk is filled once with capacity runs of repeat
+ *   255 and handed out again on every pull. It never ends; bound its reader (a binary operator
+ *   ends with its shorter operand, or use zvq_seq_limit).
+ *
+ * Types (operand -> result):
+ *   value of T (eleven numeric; char: width bytes) -> T
+ * Arguments:
+ *   result: the constant sequence
+ *   value: the constant
+ *   width: char only: bytes, at most 288
+ * Statuses:
+ *   SEQ_OK: always, except:
+ *   SEQ_TYPE_MISMATCH: const_char with a width above 288 (the value lives in the record)
+ * Prepare/merge: no.
+ * Allocates: nothing.
+ * Pinned by: Const.FillsOnceAndCountsCapacityTimes255,
+ *   Const.CharCopiesTheWidthAndRejectsWhatStateCannotHold
+ */
 ZVQ_SEQ_API zvq_seq_status zvq_seq_const_uint1(zvq_seq_iterator* result, uint8_t value);
 ZVQ_SEQ_API zvq_seq_status zvq_seq_const_uint2(zvq_seq_iterator* result, uint16_t value);
 ZVQ_SEQ_API zvq_seq_status zvq_seq_const_uint4(zvq_seq_iterator* result, uint32_t value);
@@ -31,6 +50,29 @@ ZVQ_SEQ_API zvq_seq_status zvq_seq_const_float_next(zvq_seq_iterator* it);
 ZVQ_SEQ_API zvq_seq_status zvq_seq_const_double_next(zvq_seq_iterator* it);
 ZVQ_SEQ_API zvq_seq_status zvq_seq_const_datetime_next(zvq_seq_iterator* it);
 ZVQ_SEQ_API zvq_seq_status zvq_seq_const_next_char(zvq_seq_iterator* it);
+
+/**
+ * unget_T: An in-memory source over the caller's array: count elements, each a run of 1, delivered
+ *   a chunk at a time (819 int4 values a chunk). The array is not copied and must outlive the
+ *   record.
+ *
+ * Types (operand -> result):
+ *   array of T (eleven numeric; char: count x width bytes) -> T
+ * Arguments:
+ *   result: the source
+ *   items: the caller's array
+ *   count: elements
+ *   width: char only: bytes per element, at most 65535
+ * Statuses:
+ *   SEQ_OK: constructed
+ *   SEQ_TYPE_MISMATCH: unget_char with a width that does not fit elem_size
+ *   SEQ_END: next: all count elements delivered (at once for count 0)
+ * Prepare/merge: no.
+ * Allocates: nothing.
+ * Caution: every element is its own run, so 1,000 equal values cost 1,000 steps downstream; the
+ *   run-folding source is zvq_seq_encode_T (or zvq_seq_unget_runs_T for run-end arrays).
+ * Pinned by: Unget.ChunksOfCapacityThenEndAndEmpty
+ */
 ZVQ_SEQ_API zvq_seq_status zvq_seq_unget_uint1(zvq_seq_iterator* result, const uint8_t* items, uint64_t count);
 ZVQ_SEQ_API zvq_seq_status zvq_seq_unget_uint2(zvq_seq_iterator* result, const uint16_t* items, uint64_t count);
 ZVQ_SEQ_API zvq_seq_status zvq_seq_unget_uint4(zvq_seq_iterator* result, const uint32_t* items, uint64_t count);
@@ -56,6 +98,26 @@ ZVQ_SEQ_API zvq_seq_status zvq_seq_unget_double_next(zvq_seq_iterator* it);
 ZVQ_SEQ_API zvq_seq_status zvq_seq_unget_datetime_next(zvq_seq_iterator* it);
 ZVQ_SEQ_API zvq_seq_status zvq_seq_unget_char_next(zvq_seq_iterator* it);
 ZVQ_SEQ_API zvq_seq_status zvq_seq_unget_reset(zvq_seq_iterator* it);
+
+/**
+ * join_T: A sequence of sequences: reads the inner sequences that meta hands out (first_sequence,
+ *   then next_sequence until SEQ_END) and copies their runs into full chunks across inner
+ *   boundaries.
+ *
+ * Types (operand -> result):
+ *   inner records of T (eleven numeric, char with width) -> T
+ * Arguments:
+ *   result: the joined sequence
+ *   meta: the caller's provider; its inner record is read
+ *   width: char only: bytes per element
+ * Statuses:
+ *   SEQ_OK: constructor: always
+ *   SEQ_END: next: the provider has no more sequences
+ *   provider's status: next: a failure of first_sequence, next_sequence or inner.next, unchanged
+ * Prepare/merge: no.
+ * Allocates: nothing.
+ * Pinned by: Join.CopiesRunsAcrossInnerSequencesIntoFullChunks
+ */
 ZVQ_SEQ_API zvq_seq_status zvq_seq_join_uint1(zvq_seq_iterator* result, zvq_seq_meta_iterator* meta);
 ZVQ_SEQ_API zvq_seq_status zvq_seq_join_uint2(zvq_seq_iterator* result, zvq_seq_meta_iterator* meta);
 ZVQ_SEQ_API zvq_seq_status zvq_seq_join_uint4(zvq_seq_iterator* result, zvq_seq_meta_iterator* meta);
@@ -70,6 +132,29 @@ ZVQ_SEQ_API zvq_seq_status zvq_seq_join_datetime(zvq_seq_iterator* result, zvq_s
 ZVQ_SEQ_API zvq_seq_status zvq_seq_join_char(zvq_seq_iterator* result, zvq_seq_meta_iterator* meta, uint64_t width);
 ZVQ_SEQ_API zvq_seq_status zvq_seq_meta_iterator_next(zvq_seq_iterator* it);
 ZVQ_SEQ_API zvq_seq_status zvq_seq_meta_iterator_reset(zvq_seq_iterator* it);
+
+/**
+ * thin_T: Every step-th element of the operand from position start (0-based, runs expanded), each
+ *   as a run of 1; whole chunks before the next target are skipped unread. A step of 0 repeats the
+ *   element at start without end.
+ *
+ * Types (operand -> result):
+ *   T (all twelve) -> T
+ * Arguments:
+ *   result: the thinned sequence
+ *   operand: the input
+ *   start: position of the first element taken
+ *   step: distance between elements taken
+ * Statuses:
+ *   SEQ_TYPE_MISMATCH: constructor: the operand is not T
+ *   SEQ_ALREADY_BOUND: constructor: checks on and the operand bound
+ *   SEQ_END: next: nothing left
+ *   operand's status: next: passed up unchanged
+ * Prepare/merge: no.
+ * Allocates: nothing.
+ * Pinned by: Thin.TakesEveryStepthElement, Thin.WithinLongRunsAndAcrossSkippedChunks,
+ *   Thin.StepZeroRepeatsTheStartElement
+ */
 ZVQ_SEQ_API zvq_seq_status zvq_seq_thin_uint1(zvq_seq_iterator* result, zvq_seq_iterator* operand, uint64_t start, uint64_t step);
 ZVQ_SEQ_API zvq_seq_status zvq_seq_thin_uint2(zvq_seq_iterator* result, zvq_seq_iterator* operand, uint64_t start, uint64_t step);
 ZVQ_SEQ_API zvq_seq_status zvq_seq_thin_uint4(zvq_seq_iterator* result, zvq_seq_iterator* operand, uint64_t start, uint64_t step);
@@ -94,6 +179,28 @@ ZVQ_SEQ_API zvq_seq_status zvq_seq_thin_float_next(zvq_seq_iterator* it);
 ZVQ_SEQ_API zvq_seq_status zvq_seq_thin_double_next(zvq_seq_iterator* it);
 ZVQ_SEQ_API zvq_seq_status zvq_seq_thin_datetime_next(zvq_seq_iterator* it);
 ZVQ_SEQ_API zvq_seq_status zvq_seq_thin_char_next(zvq_seq_iterator* it);
+
+/**
+ * repeat_T: Each element repeated count times, by multiplying repeat bytes: the product is kept in
+ *   eight bits, while next_pos counts the full product.
+ *
+ * Types (operand -> result):
+ *   T (all twelve) -> T
+ * Arguments:
+ *   result: the repeated sequence
+ *   operand: the input
+ *   count: the factor, sign-extended to 64 bits
+ * Statuses:
+ *   SEQ_TYPE_MISMATCH: constructor: the operand is not T
+ *   SEQ_ALREADY_BOUND: constructor: checks on and the operand bound
+ *   SEQ_END: next: nothing left
+ *   operand's status: next: passed up unchanged
+ * Prepare/merge: no.
+ * Allocates: nothing.
+ * Caution: the repeat byte wraps at 256: repeating a run of 255 twice gives a run of 254, not 510,
+ *   and zvq_seq_get_T then delivers fewer elements than next_pos promises.
+ * Pinned by: Repeat.MultipliesRepeatBytesInEightBits, Repeat.NegativeCountIsSignExtended
+ */
 ZVQ_SEQ_API zvq_seq_status zvq_seq_repeat_uint1(zvq_seq_iterator* result, zvq_seq_iterator* operand, int32_t count);
 ZVQ_SEQ_API zvq_seq_status zvq_seq_repeat_uint2(zvq_seq_iterator* result, zvq_seq_iterator* operand, int32_t count);
 ZVQ_SEQ_API zvq_seq_status zvq_seq_repeat_uint4(zvq_seq_iterator* result, zvq_seq_iterator* operand, int32_t count);
@@ -119,16 +226,120 @@ ZVQ_SEQ_API zvq_seq_status zvq_seq_repeat_double_next(zvq_seq_iterator* it);
 ZVQ_SEQ_API zvq_seq_status zvq_seq_repeat_datetime_next(zvq_seq_iterator* it);
 ZVQ_SEQ_API zvq_seq_status zvq_seq_repeat_char_next(zvq_seq_iterator* it);
 ZVQ_SEQ_API zvq_seq_status zvq_seq_reset_repeat_iterator(zvq_seq_iterator* it);
+
+/**
+ * limit: The elements at positions from to to, inclusive (0-based, runs expanded), with the first
+ *   and last run cut. No type test: the result takes the operand's type and width. A limit over a
+ *   fresh limit counts from that limit's own first position, so limits nest.
+ *
+ * Types (operand -> result):
+ *   any type -> the operand's type
+ * Arguments:
+ *   result: the cut sequence
+ *   operand: the input
+ *   from: first position kept
+ *   to: last position kept, inclusive
+ * Statuses:
+ *   SEQ_ALREADY_BOUND: constructor: checks on and the operand bound
+ *   SEQ_END: past to, or from beyond the operand's end, or from above to
+ *   operand's status: passed up unchanged
+ * Prepare/merge: no.
+ * Allocates: nothing.
+ * Pinned by: Limit.CutsTheFirstAndLastRun, Limit.RangesOverChunks,
+ *   Limit.OverAnotherLimitCountsFromItsFirstPosition
+ */
 ZVQ_SEQ_API zvq_seq_status zvq_seq_limit(zvq_seq_iterator* result, zvq_seq_iterator* operand, uint64_t from, uint64_t to);
 ZVQ_SEQ_API zvq_seq_status zvq_seq_limit_next(zvq_seq_iterator* it);
+
+/**
+ * tee: Two readers, first and second, of one source. Nothing is queued: a reader that falls behind
+ *   jumps to the chunk its twin pulled last, so the two must pull in step (as the two operands of
+ *   one binary operator do). Only the source is binding-tested.
+ *
+ * Types (operand -> result):
+ *   any type -> the source's type, in both twins
+ * Arguments:
+ *   first, second: the two readers
+ *   source: the shared operand
+ * Statuses:
+ *   SEQ_ALREADY_BOUND: constructor: checks on and the source bound
+ *   SEQ_END: the source is exhausted
+ *   source's status: passed up unchanged
+ * Prepare/merge: no.
+ * Allocates: nothing.
+ * Caution: readers at different rates lose data silently: gt and filter over one tee of 1..1000
+ *   average 499.8, not 749.5; use zvq_seq_split, which queues what one reader pulled ahead.
+ * Pinned by: Tee.BehindReaderJumpsToTheTwinsChunk, Tee.OnlyTheSourceIsBindingTested
+ */
 ZVQ_SEQ_API zvq_seq_status zvq_seq_tee(zvq_seq_iterator* first, zvq_seq_iterator* second, zvq_seq_iterator* source);
 ZVQ_SEQ_API zvq_seq_status zvq_seq_tee_next(zvq_seq_iterator* it);
 ZVQ_SEQ_API zvq_seq_status zvq_seq_reset_tee_iterator(zvq_seq_iterator* it);
+
+/**
+ * concat: The first operand to its end, then the second; chunks pass as they are (3 and 2 elements
+ *   give a chunk of 3 and a chunk of 2). Widths are not compared: the result has the first
+ *   operand's width.
+ *
+ * Types (operand -> result):
+ *   any type, both equal -> that type
+ * Arguments:
+ *   result: the joined stream
+ *   first, second: read in this order
+ * Statuses:
+ *   SEQ_TYPE_MISMATCH: constructor: the element types differ
+ *   SEQ_ALREADY_BOUND: constructor: checks on and an operand bound
+ *   SEQ_END: both exhausted
+ *   operand's status: passed up unchanged
+ * Prepare/merge: no.
+ * Allocates: nothing.
+ * Pinned by: Concat.ChunksPassAsTheyAre, Concat.TypesMustMatchAndFailuresPassUp
+ */
 ZVQ_SEQ_API zvq_seq_status zvq_seq_concat(zvq_seq_iterator* result, zvq_seq_iterator* first, zvq_seq_iterator* second);
 ZVQ_SEQ_API zvq_seq_status zvq_seq_concat_next(zvq_seq_iterator* it);
 ZVQ_SEQ_API zvq_seq_status zvq_seq_concat_reset(zvq_seq_iterator* it);
+
+/**
+ * rle_decode: Runs expanded into slots of repeat 1, at most 128 slots per chunk (never more than
+ *   the chunk holds for the width), so that zvq_seq_get_nullable_T sees one slot per element. No
+ *   type test.
+ *
+ * Types (operand -> result):
+ *   any type -> the operand's type
+ * Arguments:
+ *   result: the expanded stream
+ *   operand: the input
+ * Statuses:
+ *   SEQ_ALREADY_BOUND: constructor: checks on and the operand bound (the result's type and width
+ *     are written by then)
+ *   SEQ_END: nothing left
+ *   operand's status: passed up unchanged
+ * Prepare/merge: no.
+ * Allocates: nothing.
+ * Pinned by: RleDecode.OneSlotPerElementAtMost128, RleDecode.FeedsGetNullable
+ */
 ZVQ_SEQ_API zvq_seq_status zvq_seq_rle_decode(zvq_seq_iterator* result, zvq_seq_iterator* operand);
 ZVQ_SEQ_API zvq_seq_status zvq_seq_rle_decode_next(zvq_seq_iterator* it);
+
+/**
+ * skip_nan_T: The operand without its NaN runs.
+ *
+ * Types (operand -> result):
+ *   float -> float
+ *   double -> double
+ * Arguments:
+ *   result: the filtered stream
+ *   operand: the input
+ * Statuses:
+ *   SEQ_TYPE_MISMATCH: constructor: the operand is not T
+ *   SEQ_ALREADY_BOUND: constructor: checks on and the operand bound
+ *   SEQ_END: next: nothing left
+ *   operand's status: next: passed up unchanged
+ * Prepare/merge: no.
+ * Allocates: nothing.
+ * Caution: next_pos counts runs, not elements: runs 1 x 3, NaN, 2 x 5 give next_pos 2; count
+ *   elements with zvq_seq_agg_count instead.
+ * Pinned by: SkipNan.DropsNanRunsAndCountsRuns
+ */
 ZVQ_SEQ_API zvq_seq_status zvq_seq_skip_nan_float(zvq_seq_iterator* result, zvq_seq_iterator* operand);
 ZVQ_SEQ_API zvq_seq_status zvq_seq_skip_nan_double(zvq_seq_iterator* result, zvq_seq_iterator* operand);
 ZVQ_SEQ_API zvq_seq_status zvq_seq_skip_nan_float_next(zvq_seq_iterator* it);

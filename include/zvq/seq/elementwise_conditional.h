@@ -7,6 +7,35 @@
 extern "C" {
 #endif
 
+/**
+ * iif_T: Element-wise choice between two aligned columns: where cond is nonzero the value of
+ *   first, else of second; all three advance together by the smallest of their current repeat
+ *   bytes. Exact where the three have equal run boundaries (cond 1, 0, 1 over 10, 20, 30 and 40,
+ *   50, 60 gives 10, 50, 30).
+ *
+ * Types (operand -> result):
+ *   uint1, T, T (all twelve) -> T
+ * Arguments:
+ *   result: the chosen values
+ *   cond: the flags
+ *   first: taken where cond is nonzero
+ *   second: taken where cond is 0
+ * Statuses:
+ *   SEQ_TYPE_MISMATCH: constructor: cond is not uint1, or a value operand is not T (char: widths
+ *     differ)
+ *   SEQ_ALREADY_BOUND: constructor: checks on and an operand bound; all three are bound
+ *   SEQ_END: next: an operand ended at the first run of a refill
+ *   operand's status: next: passed up unchanged
+ * Prepare/merge: no.
+ * Allocates: nothing.
+ * Caution: runs of unequal lengths are not split: the step is the smallest repeat byte as it
+ *   stands, not what is left of it, so cond 1 x 2, 0 x 2 over columns in runs of 3 and 1 overruns
+ *   the runs of 3 and gives elements the inputs do not hold; feed iif columns of equal run
+ *   boundaries (through zvq_seq_rle_decode, for one).
+ * Pinned by: Selection.IifPicksFromAlignedColumnsIfInterleavesStreams,
+ *   Selection.UnalignedRunsGiveIifItsSurplus,
+ *   Selection.IifOverAlignedColumnsIsTheElementwiseChoice, Selection.CharMembersResetsAndFailures
+ */
 ZVQ_SEQ_API zvq_seq_status zvq_seq_iif_uint1(zvq_seq_iterator* result, zvq_seq_iterator* cond, zvq_seq_iterator* first, zvq_seq_iterator* second);
 ZVQ_SEQ_API zvq_seq_status zvq_seq_iif_uint2(zvq_seq_iterator* result, zvq_seq_iterator* cond, zvq_seq_iterator* first, zvq_seq_iterator* second);
 ZVQ_SEQ_API zvq_seq_status zvq_seq_iif_uint4(zvq_seq_iterator* result, zvq_seq_iterator* cond, zvq_seq_iterator* first, zvq_seq_iterator* second);
@@ -19,18 +48,6 @@ ZVQ_SEQ_API zvq_seq_status zvq_seq_iif_float(zvq_seq_iterator* result, zvq_seq_i
 ZVQ_SEQ_API zvq_seq_status zvq_seq_iif_double(zvq_seq_iterator* result, zvq_seq_iterator* cond, zvq_seq_iterator* first, zvq_seq_iterator* second);
 ZVQ_SEQ_API zvq_seq_status zvq_seq_iif_datetime(zvq_seq_iterator* result, zvq_seq_iterator* cond, zvq_seq_iterator* first, zvq_seq_iterator* second);
 ZVQ_SEQ_API zvq_seq_status zvq_seq_iif_char(zvq_seq_iterator* result, zvq_seq_iterator* cond, zvq_seq_iterator* first, zvq_seq_iterator* second);
-ZVQ_SEQ_API zvq_seq_status zvq_seq_if_uint1(zvq_seq_iterator* result, zvq_seq_iterator* cond, zvq_seq_iterator* first, zvq_seq_iterator* second);
-ZVQ_SEQ_API zvq_seq_status zvq_seq_if_uint2(zvq_seq_iterator* result, zvq_seq_iterator* cond, zvq_seq_iterator* first, zvq_seq_iterator* second);
-ZVQ_SEQ_API zvq_seq_status zvq_seq_if_uint4(zvq_seq_iterator* result, zvq_seq_iterator* cond, zvq_seq_iterator* first, zvq_seq_iterator* second);
-ZVQ_SEQ_API zvq_seq_status zvq_seq_if_uint8(zvq_seq_iterator* result, zvq_seq_iterator* cond, zvq_seq_iterator* first, zvq_seq_iterator* second);
-ZVQ_SEQ_API zvq_seq_status zvq_seq_if_int1(zvq_seq_iterator* result, zvq_seq_iterator* cond, zvq_seq_iterator* first, zvq_seq_iterator* second);
-ZVQ_SEQ_API zvq_seq_status zvq_seq_if_int2(zvq_seq_iterator* result, zvq_seq_iterator* cond, zvq_seq_iterator* first, zvq_seq_iterator* second);
-ZVQ_SEQ_API zvq_seq_status zvq_seq_if_int4(zvq_seq_iterator* result, zvq_seq_iterator* cond, zvq_seq_iterator* first, zvq_seq_iterator* second);
-ZVQ_SEQ_API zvq_seq_status zvq_seq_if_int8(zvq_seq_iterator* result, zvq_seq_iterator* cond, zvq_seq_iterator* first, zvq_seq_iterator* second);
-ZVQ_SEQ_API zvq_seq_status zvq_seq_if_float(zvq_seq_iterator* result, zvq_seq_iterator* cond, zvq_seq_iterator* first, zvq_seq_iterator* second);
-ZVQ_SEQ_API zvq_seq_status zvq_seq_if_double(zvq_seq_iterator* result, zvq_seq_iterator* cond, zvq_seq_iterator* first, zvq_seq_iterator* second);
-ZVQ_SEQ_API zvq_seq_status zvq_seq_if_datetime(zvq_seq_iterator* result, zvq_seq_iterator* cond, zvq_seq_iterator* first, zvq_seq_iterator* second);
-ZVQ_SEQ_API zvq_seq_status zvq_seq_if_char(zvq_seq_iterator* result, zvq_seq_iterator* cond, zvq_seq_iterator* first, zvq_seq_iterator* second);
 ZVQ_SEQ_API zvq_seq_status zvq_seq_iif_uint1_next(zvq_seq_iterator* it);
 ZVQ_SEQ_API zvq_seq_status zvq_seq_iif_uint2_next(zvq_seq_iterator* it);
 ZVQ_SEQ_API zvq_seq_status zvq_seq_iif_uint4_next(zvq_seq_iterator* it);
@@ -43,6 +60,43 @@ ZVQ_SEQ_API zvq_seq_status zvq_seq_iif_float_next(zvq_seq_iterator* it);
 ZVQ_SEQ_API zvq_seq_status zvq_seq_iif_double_next(zvq_seq_iterator* it);
 ZVQ_SEQ_API zvq_seq_status zvq_seq_iif_datetime_next(zvq_seq_iterator* it);
 ZVQ_SEQ_API zvq_seq_status zvq_seq_iif_char_next(zvq_seq_iterator* it);
+ZVQ_SEQ_API zvq_seq_status zvq_seq_iif_reset(zvq_seq_iterator* it);
+
+/**
+ * if_T: Interleaves two streams: where cond is nonzero the next value of first, else the next of
+ *   second; only the chosen stream advances (cond 1, 0, 1 over 10, 20 and 30 gives 10, 30, 20).
+ *   Both streams must have a run ready, even the one not chosen.
+ *
+ * Types (operand -> result):
+ *   uint1, T, T (all twelve) -> T
+ * Arguments:
+ *   result: the interleaved values
+ *   cond: the flags
+ *   first: read where cond is nonzero
+ *   second: read where cond is 0
+ * Statuses:
+ *   SEQ_TYPE_MISMATCH: constructor: cond is not uint1, or a value operand is not T (char: widths
+ *     differ)
+ *   SEQ_ALREADY_BOUND: constructor: checks on and an operand bound; all three are bound
+ *   SEQ_END: next: an operand ended at the first run of a refill
+ *   operand's status: next: passed up unchanged
+ * Prepare/merge: no.
+ * Allocates: nothing.
+ * Pinned by: Selection.IifPicksFromAlignedColumnsIfInterleavesStreams,
+ *   Selection.CharMembersResetsAndFailures
+ */
+ZVQ_SEQ_API zvq_seq_status zvq_seq_if_uint1(zvq_seq_iterator* result, zvq_seq_iterator* cond, zvq_seq_iterator* first, zvq_seq_iterator* second);
+ZVQ_SEQ_API zvq_seq_status zvq_seq_if_uint2(zvq_seq_iterator* result, zvq_seq_iterator* cond, zvq_seq_iterator* first, zvq_seq_iterator* second);
+ZVQ_SEQ_API zvq_seq_status zvq_seq_if_uint4(zvq_seq_iterator* result, zvq_seq_iterator* cond, zvq_seq_iterator* first, zvq_seq_iterator* second);
+ZVQ_SEQ_API zvq_seq_status zvq_seq_if_uint8(zvq_seq_iterator* result, zvq_seq_iterator* cond, zvq_seq_iterator* first, zvq_seq_iterator* second);
+ZVQ_SEQ_API zvq_seq_status zvq_seq_if_int1(zvq_seq_iterator* result, zvq_seq_iterator* cond, zvq_seq_iterator* first, zvq_seq_iterator* second);
+ZVQ_SEQ_API zvq_seq_status zvq_seq_if_int2(zvq_seq_iterator* result, zvq_seq_iterator* cond, zvq_seq_iterator* first, zvq_seq_iterator* second);
+ZVQ_SEQ_API zvq_seq_status zvq_seq_if_int4(zvq_seq_iterator* result, zvq_seq_iterator* cond, zvq_seq_iterator* first, zvq_seq_iterator* second);
+ZVQ_SEQ_API zvq_seq_status zvq_seq_if_int8(zvq_seq_iterator* result, zvq_seq_iterator* cond, zvq_seq_iterator* first, zvq_seq_iterator* second);
+ZVQ_SEQ_API zvq_seq_status zvq_seq_if_float(zvq_seq_iterator* result, zvq_seq_iterator* cond, zvq_seq_iterator* first, zvq_seq_iterator* second);
+ZVQ_SEQ_API zvq_seq_status zvq_seq_if_double(zvq_seq_iterator* result, zvq_seq_iterator* cond, zvq_seq_iterator* first, zvq_seq_iterator* second);
+ZVQ_SEQ_API zvq_seq_status zvq_seq_if_datetime(zvq_seq_iterator* result, zvq_seq_iterator* cond, zvq_seq_iterator* first, zvq_seq_iterator* second);
+ZVQ_SEQ_API zvq_seq_status zvq_seq_if_char(zvq_seq_iterator* result, zvq_seq_iterator* cond, zvq_seq_iterator* first, zvq_seq_iterator* second);
 ZVQ_SEQ_API zvq_seq_status zvq_seq_if_uint1_next(zvq_seq_iterator* it);
 ZVQ_SEQ_API zvq_seq_status zvq_seq_if_uint2_next(zvq_seq_iterator* it);
 ZVQ_SEQ_API zvq_seq_status zvq_seq_if_uint4_next(zvq_seq_iterator* it);
@@ -55,7 +109,6 @@ ZVQ_SEQ_API zvq_seq_status zvq_seq_if_float_next(zvq_seq_iterator* it);
 ZVQ_SEQ_API zvq_seq_status zvq_seq_if_double_next(zvq_seq_iterator* it);
 ZVQ_SEQ_API zvq_seq_status zvq_seq_if_datetime_next(zvq_seq_iterator* it);
 ZVQ_SEQ_API zvq_seq_status zvq_seq_if_char_next(zvq_seq_iterator* it);
-ZVQ_SEQ_API zvq_seq_status zvq_seq_iif_reset(zvq_seq_iterator* it);
 ZVQ_SEQ_API zvq_seq_status zvq_seq_if_reset(zvq_seq_iterator* it);
 
 #ifdef __cplusplus

@@ -7,8 +7,52 @@
 extern "C" {
 #endif
 
+/**
+ * match: A flag per run from a pattern: no wildcard means exact equality of terminated texts,
+ *   %inner% a substring search, anything else a wildcard match (% any run of bytes, _ one byte, a
+ *   backslash makes the next byte literal). Run i of a refill reads the text that begins at byte i
+ *   of the operand's value area, cut at the operand's width and at the chunk's end.
+ *
+ * Types (operand -> result):
+ *   char -> uint1
+ * Arguments:
+ *   result: the flags
+ *   operand: the texts
+ *   pattern: a terminated string the caller keeps alive
+ * Statuses:
+ *   SEQ_TYPE_MISMATCH: constructor: the operand is not char
+ *   SEQ_ALREADY_BOUND: constructor: checks on and the operand bound
+ *   SEQ_BAD_ARGUMENT: constructor: pattern is null
+ *   SEQ_END: next: the operand is exhausted
+ *   operand's status: next: passed up unchanged
+ * Prepare/merge: no.
+ * Allocates: nothing.
+ * Caution: only the first run reads its own text: over char(4) texts "ABCD", "XXAB", "ABZZ" the
+ *   pattern 'AB%' gives 1 0 0; use zvq_seq_like, which matches each element's own text.
+ * Pinned by: Match.ThePatternShapePicksTheMode, Match.NextStepsOneByteAThroughTheValueArea,
+ *   Match.TextsAreCutAtTheChunkEnd, Match.ConstructorRefusesOtherTypesAndANullPattern
+ */
 ZVQ_SEQ_API zvq_seq_status zvq_seq_match(zvq_seq_iterator* result, zvq_seq_iterator* operand, const char* pattern);
 ZVQ_SEQ_API zvq_seq_status zvq_seq_match_next(zvq_seq_iterator* it);
+
+/**
+ * exact_match, match_substring, match_regex: The three matchers zvq_seq_match installs, callable
+ *   alone: each takes the address of a pattern field laid out as in the match record's state, a
+ *   text and a chunk position, and answers 1 or 0. match_regex is the wildcard matcher, not a
+ *   regular expression.
+ *
+ * Types (operand -> result):
+ *   pattern field, text -> int: 1 match, 0 no match
+ * Arguments:
+ *   pattern_field: address of the pattern pointer inside a match record's state
+ *   text: the text, cut at the record's text width or its first zero byte
+ *   chunk_pos: the run index (unused by the matchers' result)
+ * Statuses:
+ *   none: no status: a flag
+ * Prepare/merge: no.
+ * Allocates: nothing.
+ * Pinned by: Match.MatchersOnTextsCutByTheWidth, Match.LongInnerTexts
+ */
 ZVQ_SEQ_API int zvq_seq_exact_match(const char* const* pattern_field, const char* text, uint32_t chunk_pos);
 ZVQ_SEQ_API int zvq_seq_match_substring(const char* const* pattern_field, const char* text, uint32_t chunk_pos);
 ZVQ_SEQ_API int zvq_seq_match_regex(const char* const* pattern_field, const char* text, uint32_t chunk_pos);

@@ -7,6 +7,30 @@
 extern "C" {
 #endif
 
+/**
+ * parse_T: A source over a text such as {1,2,3}: one leading { is skipped, items are separated by
+ *   commas and the list ends at } or the zero byte. Numbers are read as sscanf reads them (%i for
+ *   int1..int4, %lli, %u, %llu, %lf; base prefixes for the signed members only); equal neighbours,
+ *   compared as read, share a run of up to 255. The text stays the caller's and must outlive the
+ *   record.
+ *
+ * Types (operand -> result):
+ *   text (eleven numeric) -> T
+ * Arguments:
+ *   result: the source
+ *   text: the list, terminated
+ * Statuses:
+ *   SEQ_OK: constructor: always
+ *   SEQ_BAD_ARGUMENT: next: an item is not a number (the refill starts over at the next call)
+ *   SEQ_END: next: the list has ended
+ * Prepare/merge: no.
+ * Allocates: nothing.
+ * Caution: only the last run of a refill gets its repeat byte and next_pos counts runs:
+ *   "{1.5,2.5,3.5}" read back through zvq_seq_get_double gives 513 elements and agg_sum 3.5 on a
+ *   fresh record; use zvq_seq_from_text_T, which reads back element for element.
+ * Pinned by: ParseOf.RunsOnlyTheLastRepeatWrittenNextPosByRuns, Parse.EachMemberReadsByItsFormat,
+ *   Parse.RunsStopAt255AndTheChunkAtItsCapacity, Parse.TheScannerReadsAsSscanfDoes
+ */
 ZVQ_SEQ_API zvq_seq_status zvq_seq_parse_uint1(zvq_seq_iterator* result, const char* text);
 ZVQ_SEQ_API zvq_seq_status zvq_seq_parse_uint2(zvq_seq_iterator* result, const char* text);
 ZVQ_SEQ_API zvq_seq_status zvq_seq_parse_uint4(zvq_seq_iterator* result, const char* text);
@@ -18,6 +42,31 @@ ZVQ_SEQ_API zvq_seq_status zvq_seq_parse_int8(zvq_seq_iterator* result, const ch
 ZVQ_SEQ_API zvq_seq_status zvq_seq_parse_float(zvq_seq_iterator* result, const char* text);
 ZVQ_SEQ_API zvq_seq_status zvq_seq_parse_double(zvq_seq_iterator* result, const char* text);
 ZVQ_SEQ_API zvq_seq_status zvq_seq_parse_datetime(zvq_seq_iterator* result, const char* text);
+
+/**
+ * parse_char: A char source over a text: items quoted (' or ") or not, escapes \n \t \0 and \x for
+ *   x itself, null for a null slot (its bit set in null_bitmap), one item per slot, at most 128 a
+ *   chunk; width 0 takes the width from the first item. Read it with zvq_seq_get_nullable_char: no
+ *   repeat byte is written.
+ *
+ * Types (operand -> result):
+ *   text -> char of width bytes
+ * Arguments:
+ *   result: the source
+ *   text: the list, terminated, kept alive by the caller
+ *   width: bytes per item, at most 4096; 0: the first item's length
+ * Statuses:
+ *   SEQ_TYPE_MISMATCH: constructor: width above 4096
+ *   SEQ_BAD_ARGUMENT: next: an item longer than width, an unclosed quote, a trailing backslash, or
+ *     null as the first item with width 0
+ *   SEQ_END: next: the list has ended
+ * Prepare/merge: no.
+ * Allocates: nothing.
+ * Caution: an item that begins with the digit 0 ends the list, and an unquoted list ends only at }
+ *   or such an item: {x,0y,z} gives the one element x and 'a,b' never ends; use
+ *   zvq_seq_from_text_char.
+ * Pinned by: ParseChar.QuotesEscapesAndNulls, ParseChar.RefillsItemsAndFailures
+ */
 ZVQ_SEQ_API zvq_seq_status zvq_seq_parse_char(zvq_seq_iterator* result, const char* text, uint64_t width);
 ZVQ_SEQ_API zvq_seq_status zvq_seq_parse_uint1_next(zvq_seq_iterator* it);
 ZVQ_SEQ_API zvq_seq_status zvq_seq_parse_uint2_next(zvq_seq_iterator* it);
@@ -32,9 +81,62 @@ ZVQ_SEQ_API zvq_seq_status zvq_seq_parse_double_next(zvq_seq_iterator* it);
 ZVQ_SEQ_API zvq_seq_status zvq_seq_parse_datetime_next(zvq_seq_iterator* it);
 ZVQ_SEQ_API zvq_seq_status zvq_seq_parse_char_next(zvq_seq_iterator* it);
 ZVQ_SEQ_API zvq_seq_status zvq_seq_reset_parse_iterator(zvq_seq_iterator* it);
+
+/**
+ * custom_parse: A source that hands each item of a text (split at , and ending at }) to the
+ *   caller's parse_fn, which stores the value itself at slot in the chunk behind the null bitmap
+ *   and answers nonzero on success. The text is altered only during a call (the separator becomes
+ *   a zero byte).
+ *
+ * Types (operand -> result):
+ *   text, a type code and size -> the type of elem_type and elem_size
+ * Arguments:
+ *   result: the source
+ *   text: writable, kept alive by the caller
+ *   elem_type: an element type code
+ *   elem_size: its size; char up to 65535
+ *   parse_fn: (item, null bitmap with the chunk behind it, slot)
+ * Statuses:
+ *   SEQ_TYPE_MISMATCH: constructor: the code and size name no element type
+ *   SEQ_BAD_ARGUMENT: constructor: parse_fn or text null; next: parse_fn answered 0
+ *   SEQ_END: next: the list has ended
+ * Prepare/merge: no.
+ * Allocates: nothing.
+ * Caution: the last item (no , or } behind it) is parsed again on every call and the source never
+ *   ends: '1,2' gives 1, 2, 2, 2, ...; close the list with }.
+ * Pinned by: CustomParse.ItemsGoToTheCallerAndTheTextIsRestored, CustomParse.TheShapeMustBeAType
+ */
 ZVQ_SEQ_API zvq_seq_status zvq_seq_custom_parse(zvq_seq_iterator* result, char* text, uint32_t elem_type, uint64_t elem_size, int (*parse_fn)(const char* item, uint64_t* null_bitmap, uint32_t slot));
 ZVQ_SEQ_API zvq_seq_status zvq_seq_custom_parse_next(zvq_seq_iterator* it);
 ZVQ_SEQ_API zvq_seq_status zvq_seq_reset_custom_parse_iterator(zvq_seq_iterator* it);
+
+/**
+ * print_char: Formats the operand's value, a packed tuple of fixed-width fields, into text by a
+ *   printf-like format: %d %i %u (4 bytes), %e %f (a float), %c, %s (to the zero byte), %.Ns, %ld
+ *   %lu %le %lf (8 bytes), %hd %hu (2), %hhd %hhu (1), %%. Each slot holds at most width - 1
+ *   characters and a zero byte.
+ *
+ * Types (operand -> result):
+ *   char (a packed tuple) -> char of width bytes
+ * Arguments:
+ *   result: the texts
+ *   operand: the tuples
+ *   width: output bytes, at most 32
+ *   format: the format, kept alive by the caller
+ * Statuses:
+ *   SEQ_TYPE_MISMATCH: constructor: the operand is not char
+ *   SEQ_BAD_ARGUMENT: constructor: width above 32 or format null (before the binding); next: an
+ *     unknown directive or an output that reaches width
+ *   SEQ_ALREADY_BOUND: constructor: checks on and the operand bound
+ *   SEQ_END: next: the operand is exhausted
+ *   operand's status: next: passed up unchanged
+ * Prepare/merge: no.
+ * Allocates: nothing.
+ * Caution: it never advances its operand: over tuples A, B, C every slot formats A and the chunk
+ *   is always full; read one slot per tuple yourself, or bound the result with zvq_seq_limit.
+ * Pinned by: PrintChar.EveryDirective, PrintChar.TheOutputMustStayBelowTheWidth,
+ *   PrintChar.TheOperandIsNeverAdvanced, PrintChar.ConstructorTestsTypeThenWidthThenBinding
+ */
 ZVQ_SEQ_API zvq_seq_status zvq_seq_print_char(zvq_seq_iterator* result, zvq_seq_iterator* operand, uint64_t width, const char* format);
 ZVQ_SEQ_API zvq_seq_status zvq_seq_print_char_next(zvq_seq_iterator* it);
 

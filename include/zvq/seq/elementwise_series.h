@@ -7,6 +7,26 @@
 extern "C" {
 #endif
 
+/**
+ * diff_T: Each element minus the one before, the first giving 0, in T's arithmetic (wrapping for
+ *   integers: a decrease in uint4 gives a large value). A run of r becomes the step and a run of r
+ *   - 1 zeros (3 x 3, 5 x 1 gives 0 x 1, 0 x 2, 2 x 1).
+ *
+ * Types (operand -> result):
+ *   T (eleven numeric) -> T
+ * Arguments:
+ *   result: the transformed sequence
+ *   operand: the input
+ * Statuses:
+ *   SEQ_TYPE_MISMATCH: constructor: the operand is not T
+ *   SEQ_ALREADY_BOUND: constructor: checks on and the operand bound
+ *   SEQ_END: next: the operand is exhausted
+ *   operand's status: next: passed up unchanged
+ * Prepare/merge: no.
+ * Allocates: nothing.
+ * Pinned by: SeriesOf.DiffSplitsRunsTrendFollowsDirection,
+ *   Series.DiffWrapsUnsignedAndIsIeeeForFloats, Series.DiffCutsARunAtTheBoundAndFinishesItNextTime
+ */
 ZVQ_SEQ_API zvq_seq_status zvq_seq_diff_uint1(zvq_seq_iterator* result, zvq_seq_iterator* operand);
 ZVQ_SEQ_API zvq_seq_status zvq_seq_diff_uint2(zvq_seq_iterator* result, zvq_seq_iterator* operand);
 ZVQ_SEQ_API zvq_seq_status zvq_seq_diff_uint4(zvq_seq_iterator* result, zvq_seq_iterator* operand);
@@ -18,28 +38,6 @@ ZVQ_SEQ_API zvq_seq_status zvq_seq_diff_int8(zvq_seq_iterator* result, zvq_seq_i
 ZVQ_SEQ_API zvq_seq_status zvq_seq_diff_float(zvq_seq_iterator* result, zvq_seq_iterator* operand);
 ZVQ_SEQ_API zvq_seq_status zvq_seq_diff_double(zvq_seq_iterator* result, zvq_seq_iterator* operand);
 ZVQ_SEQ_API zvq_seq_status zvq_seq_diff_datetime(zvq_seq_iterator* result, zvq_seq_iterator* operand);
-ZVQ_SEQ_API zvq_seq_status zvq_seq_trend_uint1(zvq_seq_iterator* result, zvq_seq_iterator* operand);
-ZVQ_SEQ_API zvq_seq_status zvq_seq_trend_uint2(zvq_seq_iterator* result, zvq_seq_iterator* operand);
-ZVQ_SEQ_API zvq_seq_status zvq_seq_trend_uint4(zvq_seq_iterator* result, zvq_seq_iterator* operand);
-ZVQ_SEQ_API zvq_seq_status zvq_seq_trend_uint8(zvq_seq_iterator* result, zvq_seq_iterator* operand);
-ZVQ_SEQ_API zvq_seq_status zvq_seq_trend_int1(zvq_seq_iterator* result, zvq_seq_iterator* operand);
-ZVQ_SEQ_API zvq_seq_status zvq_seq_trend_int2(zvq_seq_iterator* result, zvq_seq_iterator* operand);
-ZVQ_SEQ_API zvq_seq_status zvq_seq_trend_int4(zvq_seq_iterator* result, zvq_seq_iterator* operand);
-ZVQ_SEQ_API zvq_seq_status zvq_seq_trend_int8(zvq_seq_iterator* result, zvq_seq_iterator* operand);
-ZVQ_SEQ_API zvq_seq_status zvq_seq_trend_float(zvq_seq_iterator* result, zvq_seq_iterator* operand);
-ZVQ_SEQ_API zvq_seq_status zvq_seq_trend_double(zvq_seq_iterator* result, zvq_seq_iterator* operand);
-ZVQ_SEQ_API zvq_seq_status zvq_seq_trend_datetime(zvq_seq_iterator* result, zvq_seq_iterator* operand);
-ZVQ_SEQ_API zvq_seq_status zvq_seq_norm_uint1(zvq_seq_iterator* result, zvq_seq_iterator* operand);
-ZVQ_SEQ_API zvq_seq_status zvq_seq_norm_uint2(zvq_seq_iterator* result, zvq_seq_iterator* operand);
-ZVQ_SEQ_API zvq_seq_status zvq_seq_norm_uint4(zvq_seq_iterator* result, zvq_seq_iterator* operand);
-ZVQ_SEQ_API zvq_seq_status zvq_seq_norm_uint8(zvq_seq_iterator* result, zvq_seq_iterator* operand);
-ZVQ_SEQ_API zvq_seq_status zvq_seq_norm_int1(zvq_seq_iterator* result, zvq_seq_iterator* operand);
-ZVQ_SEQ_API zvq_seq_status zvq_seq_norm_int2(zvq_seq_iterator* result, zvq_seq_iterator* operand);
-ZVQ_SEQ_API zvq_seq_status zvq_seq_norm_int4(zvq_seq_iterator* result, zvq_seq_iterator* operand);
-ZVQ_SEQ_API zvq_seq_status zvq_seq_norm_int8(zvq_seq_iterator* result, zvq_seq_iterator* operand);
-ZVQ_SEQ_API zvq_seq_status zvq_seq_norm_float(zvq_seq_iterator* result, zvq_seq_iterator* operand);
-ZVQ_SEQ_API zvq_seq_status zvq_seq_norm_double(zvq_seq_iterator* result, zvq_seq_iterator* operand);
-ZVQ_SEQ_API zvq_seq_status zvq_seq_norm_datetime(zvq_seq_iterator* result, zvq_seq_iterator* operand);
 ZVQ_SEQ_API zvq_seq_status zvq_seq_diff_uint1_next(zvq_seq_iterator* it);
 ZVQ_SEQ_API zvq_seq_status zvq_seq_diff_uint2_next(zvq_seq_iterator* it);
 ZVQ_SEQ_API zvq_seq_status zvq_seq_diff_uint4_next(zvq_seq_iterator* it);
@@ -51,6 +49,37 @@ ZVQ_SEQ_API zvq_seq_status zvq_seq_diff_int8_next(zvq_seq_iterator* it);
 ZVQ_SEQ_API zvq_seq_status zvq_seq_diff_float_next(zvq_seq_iterator* it);
 ZVQ_SEQ_API zvq_seq_status zvq_seq_diff_double_next(zvq_seq_iterator* it);
 ZVQ_SEQ_API zvq_seq_status zvq_seq_diff_datetime_next(zvq_seq_iterator* it);
+
+/**
+ * trend_T: The direction of change per run: 1 up, -1 down, and when equal (or NaN) the last
+ *   direction, starting at 0 (1, 1, 2, 2, 1 gives 0, 0, 1, 1, -1).
+ *
+ * Types (operand -> result):
+ *   T (eleven numeric) -> int1
+ * Arguments:
+ *   result: the transformed sequence
+ *   operand: the input
+ * Statuses:
+ *   SEQ_TYPE_MISMATCH: constructor: the operand is not T
+ *   SEQ_ALREADY_BOUND: constructor: checks on and the operand bound
+ *   SEQ_END: next: the operand is exhausted
+ *   operand's status: next: passed up unchanged
+ * Prepare/merge: no.
+ * Allocates: nothing.
+ * Pinned by: SeriesOf.DiffSplitsRunsTrendFollowsDirection,
+ *   Series.TrendKeepsTheLastDirectionThroughNan
+ */
+ZVQ_SEQ_API zvq_seq_status zvq_seq_trend_uint1(zvq_seq_iterator* result, zvq_seq_iterator* operand);
+ZVQ_SEQ_API zvq_seq_status zvq_seq_trend_uint2(zvq_seq_iterator* result, zvq_seq_iterator* operand);
+ZVQ_SEQ_API zvq_seq_status zvq_seq_trend_uint4(zvq_seq_iterator* result, zvq_seq_iterator* operand);
+ZVQ_SEQ_API zvq_seq_status zvq_seq_trend_uint8(zvq_seq_iterator* result, zvq_seq_iterator* operand);
+ZVQ_SEQ_API zvq_seq_status zvq_seq_trend_int1(zvq_seq_iterator* result, zvq_seq_iterator* operand);
+ZVQ_SEQ_API zvq_seq_status zvq_seq_trend_int2(zvq_seq_iterator* result, zvq_seq_iterator* operand);
+ZVQ_SEQ_API zvq_seq_status zvq_seq_trend_int4(zvq_seq_iterator* result, zvq_seq_iterator* operand);
+ZVQ_SEQ_API zvq_seq_status zvq_seq_trend_int8(zvq_seq_iterator* result, zvq_seq_iterator* operand);
+ZVQ_SEQ_API zvq_seq_status zvq_seq_trend_float(zvq_seq_iterator* result, zvq_seq_iterator* operand);
+ZVQ_SEQ_API zvq_seq_status zvq_seq_trend_double(zvq_seq_iterator* result, zvq_seq_iterator* operand);
+ZVQ_SEQ_API zvq_seq_status zvq_seq_trend_datetime(zvq_seq_iterator* result, zvq_seq_iterator* operand);
 ZVQ_SEQ_API zvq_seq_status zvq_seq_trend_uint1_next(zvq_seq_iterator* it);
 ZVQ_SEQ_API zvq_seq_status zvq_seq_trend_uint2_next(zvq_seq_iterator* it);
 ZVQ_SEQ_API zvq_seq_status zvq_seq_trend_uint4_next(zvq_seq_iterator* it);
@@ -62,6 +91,43 @@ ZVQ_SEQ_API zvq_seq_status zvq_seq_trend_int8_next(zvq_seq_iterator* it);
 ZVQ_SEQ_API zvq_seq_status zvq_seq_trend_float_next(zvq_seq_iterator* it);
 ZVQ_SEQ_API zvq_seq_status zvq_seq_trend_double_next(zvq_seq_iterator* it);
 ZVQ_SEQ_API zvq_seq_status zvq_seq_trend_datetime_next(zvq_seq_iterator* it);
+
+/**
+ * norm_T: Each value divided by a norm: a first pass reads the operand to its end (summing value x
+ *   value x repeat in double), resets it, and a second pass divides (3, 4 gives 0.6, 0.8). A norm
+ *   of 0 gives NaN.
+ *
+ * Types (operand -> result):
+ *   T (eleven numeric) -> double
+ * Arguments:
+ *   result: the transformed sequence
+ *   operand: the input
+ * Statuses:
+ *   SEQ_TYPE_MISMATCH: constructor: the operand is not T
+ *   SEQ_ALREADY_BOUND: constructor: checks on and the operand bound
+ *   SEQ_END: next: the operand is exhausted
+ *   operand's status: next: passed up unchanged
+ *   operand's reset status: the rewind between the passes failed
+ * Prepare/merge: no.
+ * Allocates: nothing.
+ * Caution: the square root is taken after every operand chunk, not once: over more than one chunk
+ *   the divisor is not the Euclidean norm (unget_double of 1,000 ones, chunks of 455, 455 and 90,
+ *   divides by 10.57, not 31.62); for the true norm take zvq_seq_agg_sum_double of the squares
+ *   (zvq_seq_mul_double) and divide.
+ * Pinned by: Series.NormTakesTheRootPerChunkAndRecomputesAfterReset,
+ *   Series.NormStopsAtTheCapacityOfDouble
+ */
+ZVQ_SEQ_API zvq_seq_status zvq_seq_norm_uint1(zvq_seq_iterator* result, zvq_seq_iterator* operand);
+ZVQ_SEQ_API zvq_seq_status zvq_seq_norm_uint2(zvq_seq_iterator* result, zvq_seq_iterator* operand);
+ZVQ_SEQ_API zvq_seq_status zvq_seq_norm_uint4(zvq_seq_iterator* result, zvq_seq_iterator* operand);
+ZVQ_SEQ_API zvq_seq_status zvq_seq_norm_uint8(zvq_seq_iterator* result, zvq_seq_iterator* operand);
+ZVQ_SEQ_API zvq_seq_status zvq_seq_norm_int1(zvq_seq_iterator* result, zvq_seq_iterator* operand);
+ZVQ_SEQ_API zvq_seq_status zvq_seq_norm_int2(zvq_seq_iterator* result, zvq_seq_iterator* operand);
+ZVQ_SEQ_API zvq_seq_status zvq_seq_norm_int4(zvq_seq_iterator* result, zvq_seq_iterator* operand);
+ZVQ_SEQ_API zvq_seq_status zvq_seq_norm_int8(zvq_seq_iterator* result, zvq_seq_iterator* operand);
+ZVQ_SEQ_API zvq_seq_status zvq_seq_norm_float(zvq_seq_iterator* result, zvq_seq_iterator* operand);
+ZVQ_SEQ_API zvq_seq_status zvq_seq_norm_double(zvq_seq_iterator* result, zvq_seq_iterator* operand);
+ZVQ_SEQ_API zvq_seq_status zvq_seq_norm_datetime(zvq_seq_iterator* result, zvq_seq_iterator* operand);
 ZVQ_SEQ_API zvq_seq_status zvq_seq_norm_uint1_next(zvq_seq_iterator* it);
 ZVQ_SEQ_API zvq_seq_status zvq_seq_norm_uint2_next(zvq_seq_iterator* it);
 ZVQ_SEQ_API zvq_seq_status zvq_seq_norm_uint4_next(zvq_seq_iterator* it);

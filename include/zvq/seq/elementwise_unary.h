@@ -7,6 +7,25 @@
 extern "C" {
 #endif
 
+/**
+ * abs_T: The absolute value. Signed integers wrap (abs_int1 of -128 is -128); unsigned and
+ *   datetime pass unchanged; float and double flip the sign only below 0, so -0.0 and NaN keep
+ *   their sign.
+ *
+ * Types (operand -> result):
+ *   T (eleven numeric) -> T
+ * Arguments:
+ *   result: the output, one run per input run, repeat byte copied
+ *   operand: the input
+ * Statuses:
+ *   SEQ_TYPE_MISMATCH: constructor: the operand is not T
+ *   SEQ_ALREADY_BOUND: constructor: checks on and the operand bound
+ *   SEQ_END: next: the operand is exhausted
+ *   operand's status: next: passed up unchanged
+ * Prepare/merge: no.
+ * Allocates: nothing.
+ * Pinned by: SignedSign.WrapAtTheSmallestValue, FloatSign.AbsFlipsBelowZeroOnlyNegFlipsTheSignBit
+ */
 ZVQ_SEQ_API zvq_seq_status zvq_seq_abs_uint1(zvq_seq_iterator* result, zvq_seq_iterator* operand);
 ZVQ_SEQ_API zvq_seq_status zvq_seq_abs_uint2(zvq_seq_iterator* result, zvq_seq_iterator* operand);
 ZVQ_SEQ_API zvq_seq_status zvq_seq_abs_uint4(zvq_seq_iterator* result, zvq_seq_iterator* operand);
@@ -29,6 +48,29 @@ ZVQ_SEQ_API zvq_seq_status zvq_seq_abs_int8_next(zvq_seq_iterator* it);
 ZVQ_SEQ_API zvq_seq_status zvq_seq_abs_float_next(zvq_seq_iterator* it);
 ZVQ_SEQ_API zvq_seq_status zvq_seq_abs_double_next(zvq_seq_iterator* it);
 ZVQ_SEQ_API zvq_seq_status zvq_seq_abs_datetime_next(zvq_seq_iterator* it);
+
+/**
+ * neg_T: The negation: two's complement for signed integers and for datetime (neg_datetime of 5 is
+ *   2^64 - 5), the identity for uint1..uint8 (neg_uint4 of 5 is 5), the sign bit flipped for float
+ *   and double.
+ *
+ * Types (operand -> result):
+ *   T (eleven numeric) -> T
+ * Arguments:
+ *   result: the output, one run per input run, repeat byte copied
+ *   operand: the input
+ * Statuses:
+ *   SEQ_TYPE_MISMATCH: constructor: the operand is not T
+ *   SEQ_ALREADY_BOUND: constructor: checks on and the operand bound
+ *   SEQ_END: next: the operand is exhausted
+ *   operand's status: next: passed up unchanged
+ * Prepare/merge: no.
+ * Allocates: nothing.
+ * Caution: the unsigned members return their input unchanged while datetime negates: convert to a
+ *   signed type first (zvq_seq_uint4_to_int8) for a negative result.
+ * Pinned by: Sign.UnsignedStaysDatetimeNegatesNotIsLogical,
+ *   FloatSign.AbsFlipsBelowZeroOnlyNegFlipsTheSignBit
+ */
 ZVQ_SEQ_API zvq_seq_status zvq_seq_neg_uint1(zvq_seq_iterator* result, zvq_seq_iterator* operand);
 ZVQ_SEQ_API zvq_seq_status zvq_seq_neg_uint2(zvq_seq_iterator* result, zvq_seq_iterator* operand);
 ZVQ_SEQ_API zvq_seq_status zvq_seq_neg_uint4(zvq_seq_iterator* result, zvq_seq_iterator* operand);
@@ -51,8 +93,52 @@ ZVQ_SEQ_API zvq_seq_status zvq_seq_neg_int8_next(zvq_seq_iterator* it);
 ZVQ_SEQ_API zvq_seq_status zvq_seq_neg_float_next(zvq_seq_iterator* it);
 ZVQ_SEQ_API zvq_seq_status zvq_seq_neg_double_next(zvq_seq_iterator* it);
 ZVQ_SEQ_API zvq_seq_status zvq_seq_neg_datetime_next(zvq_seq_iterator* it);
+
+/**
+ * not: Logical negation of flags: 1 where the byte is 0, else 0 (unlike and, or, xor, which are
+ *   bitwise).
+ *
+ * Types (operand -> result):
+ *   uint1 -> uint1
+ * Arguments:
+ *   result: the output, one run per input run, repeat byte copied
+ *   operand: the input
+ * Statuses:
+ *   SEQ_TYPE_MISMATCH: constructor: the operand is not T
+ *   SEQ_ALREADY_BOUND: constructor: checks on and the operand bound
+ *   SEQ_END: next: the operand is exhausted
+ *   operand's status: next: passed up unchanged
+ * Prepare/merge: no.
+ * Allocates: nothing.
+ * Pinned by: Sign.UnsignedStaysDatetimeNegatesNotIsLogical
+ */
 ZVQ_SEQ_API zvq_seq_status zvq_seq_not(zvq_seq_iterator* result, zvq_seq_iterator* operand);
 ZVQ_SEQ_API zvq_seq_status zvq_seq_not_next(zvq_seq_iterator* it);
+
+/**
+ * T_to_U, T_from_U: Conversion by C's casts: integers keep their low bits when narrowing (no
+ *   saturation) and extend by the source's signedness when widening; integers to floating round to
+ *   nearest; floating to integer truncates as the processor does (double_to_int1 of 300.7 is 44;
+ *   NaN and out-of-range give the integer indefinite value, then the low bits). T_from_U is the
+ *   same operation as U_to_T (same next and reset).
+ *
+ * Types (operand -> result):
+ *   T (eleven numeric) -> U (eleven numeric; T = U is a copy)
+ * Arguments:
+ *   result: the output, one run per input run, repeat byte copied
+ *   operand: the input
+ * Statuses:
+ *   SEQ_TYPE_MISMATCH: constructor: the operand is not T
+ *   SEQ_ALREADY_BOUND: constructor: checks on and the operand bound
+ *   SEQ_END: next: the operand is exhausted
+ *   operand's status: next: passed up unchanged
+ * Prepare/merge: no.
+ * Allocates: nothing.
+ * Pinned by: Convert.IntegerSourcesKeepLowBitsExtendByTheirSignAndRoundToNearest,
+ *   Convert.IntegerTargetsTruncateLikeTheProcessor,
+ *   Convert.FromNamesTheSameOperationAsToForEveryPair,
+ *   UnaryKernel.NarrowingFillsTheResultCapacityAcrossOperandChunks
+ */
 ZVQ_SEQ_API zvq_seq_status zvq_seq_uint1_to_uint1(zvq_seq_iterator* result, zvq_seq_iterator* operand);
 ZVQ_SEQ_API zvq_seq_status zvq_seq_uint1_to_uint2(zvq_seq_iterator* result, zvq_seq_iterator* operand);
 ZVQ_SEQ_API zvq_seq_status zvq_seq_uint1_to_uint4(zvq_seq_iterator* result, zvq_seq_iterator* operand);

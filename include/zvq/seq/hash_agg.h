@@ -7,6 +7,52 @@
 extern "C" {
 #endif
 
+/**
+ * hash_agg_OP_T (max, min, sum, avg): One aggregate per distinct key, keys in any order: values
+ *   and keys are read in step into a hash table, then delivered as two parallel sequences,
+ *   grp_result the distinct keys and agg_result, position by position, their aggregates. Read the
+ *   two IN STEP (one element of each in turn, or chunk by chunk), then release the pair ONCE with
+ *   zvq_seq_free_hash. Keys are raw bytes of any type up to 32 bytes wide; they come out in table
+ *   order, not sorted.
+ *
+ * Types (operand -> result):
+ *   values int1..int8 -> max, min T; sum int8; avg double
+ *   values uint1..uint8 -> max, min T; sum uint8; avg double
+ *   values float -> max, min float; sum, avg double
+ *   values double -> double
+ *   values datetime -> datetime (avg as an integer quotient)
+ *   keys of any type -> grp_result: the keys' type and width
+ * Arguments:
+ *   agg_result: receives the aggregates
+ *   grp_result: receives the distinct keys
+ *   values: the values, T
+ *   keys: the keys, any type, as long as values
+ *   size: the starting bucket count, rounded to a prime of the ladder; 0 takes
+ *     zvq_seq_hash_table_init_size
+ * Statuses:
+ *   SEQ_TYPE_MISMATCH: constructor: values not T, or keys wider than 32 bytes
+ *   SEQ_ALREADY_BOUND: constructor: checks on and an operand bound (operands marked so far stay
+ *     marked)
+ *   SEQ_NOMEM: constructor: no memory for the pair record; first pull, prepare or merge: no memory
+ *     for the table (retrying leaks nothing)
+ *   SEQ_BAD_ARGUMENT: merge: a side that has not built its own table by prepare, or a record
+ *     merged into itself
+ *   SEQ_END: next: every key delivered
+ *   operand's status: first pull: passed up unchanged
+ *   SIGSEGV: a family constructed with values null faults at its first pull
+ * Prepare/merge: prepare zvq_seq_hash_initialize_OP_T builds the table;
+ *   zvq_seq_hash_merge_OP_T(destination, source) moves the source's entries into the destination's
+ *   table (the source then names no table). A failed merge leaves both unusable.
+ * Allocates: a 24-byte pair record at construction, the table (header, buckets, 40968-byte blocks)
+ *   at the first pull or prepare; all released by zvq_seq_free_hash (or zvq_seq_release_hash).
+ * Caution: avg of signed integers adds each run as an unsigned number: the avg_int4 of a key's
+ *   values -1, -1 is about 1.8e19; convert the values first (zvq_seq_int4_to_double).
+ * Pinned by: HashAggTyped.EachFamilyFoldsPerKeyAcrossCutRuns, HashAgg.ArithmeticOfEachFamily,
+ *   HashAgg.WalkFillsChunksWithACursorPerIterator, HashAgg.WideKeysGroupByAllTheirBytes,
+ *   HashAgg.ConstructorRefusals, HashAggDeathTest.AValueFamilyWithoutValuesFaultsAtTheFirstPull,
+ *   HashAgg.MergedPartsGiveTheWhole, HashAgg.MergeRefusesASideWithoutItsOwnTable,
+ *   HashAgg.EveryFailingAllocationOfABuildAndAMerge
+ */
 ZVQ_SEQ_API zvq_seq_status zvq_seq_hash_agg_max_uint1(zvq_seq_iterator* agg_result, zvq_seq_iterator* grp_result, zvq_seq_iterator* values, zvq_seq_iterator* keys, uint64_t size);
 ZVQ_SEQ_API zvq_seq_status zvq_seq_hash_agg_max_uint2(zvq_seq_iterator* agg_result, zvq_seq_iterator* grp_result, zvq_seq_iterator* values, zvq_seq_iterator* keys, uint64_t size);
 ZVQ_SEQ_API zvq_seq_status zvq_seq_hash_agg_max_uint4(zvq_seq_iterator* agg_result, zvq_seq_iterator* grp_result, zvq_seq_iterator* values, zvq_seq_iterator* keys, uint64_t size);
@@ -227,6 +273,37 @@ ZVQ_SEQ_API zvq_seq_status zvq_seq_hash_agg_avg_int8_next_grp(zvq_seq_iterator* 
 ZVQ_SEQ_API zvq_seq_status zvq_seq_hash_agg_avg_float_next_grp(zvq_seq_iterator* it);
 ZVQ_SEQ_API zvq_seq_status zvq_seq_hash_agg_avg_double_next_grp(zvq_seq_iterator* it);
 ZVQ_SEQ_API zvq_seq_status zvq_seq_hash_agg_avg_datetime_next_grp(zvq_seq_iterator* it);
+
+/**
+ * hash_agg_count, hash_agg_count_uint8: The number of elements per distinct key, runs expanded, as
+ *   the hash pair above: grp_result the distinct keys, agg_result their counts, read in step and
+ *   released once with zvq_seq_free_hash. hash_agg_count takes keys only; hash_agg_count_uint8
+ *   also reads a values operand in step and stops with the shorter.
+ *
+ * Types (operand -> result):
+ *   keys of any type -> agg_result uint8; grp_result the keys' type
+ * Arguments:
+ *   agg_result: receives the counts
+ *   grp_result: receives the distinct keys
+ *   values: count_uint8 only: read in step, not counted
+ *   keys: the keys
+ *   size: the starting bucket count; 0 takes zvq_seq_hash_table_init_size
+ * Statuses:
+ *   SEQ_ALREADY_BOUND: constructor: checks on and an operand bound (operands marked so far stay
+ *     marked)
+ *   SEQ_NOMEM: constructor: no memory for the pair record; first pull, prepare or merge: no memory
+ *     for the table (retrying leaks nothing)
+ *   SEQ_BAD_ARGUMENT: merge: a side that has not built its own table by prepare, or a record
+ *     merged into itself
+ *   SEQ_END: next: every key delivered
+ *   operand's status: first pull: passed up unchanged
+ *   SEQ_TYPE_MISMATCH: constructor: keys wider than 32 bytes
+ * Prepare/merge: prepare zvq_seq_hash_initialize_count_uint8; merge zvq_seq_hash_merge_count_uint8
+ *   adds the counts.
+ * Allocates: as the other hash aggregates; released by zvq_seq_free_hash.
+ * Pinned by: HashAgg.CountTakesRepeatsAndStopsWithTheShorterOperand,
+ *   HashAgg.MergedPartsGiveTheWhole
+ */
 ZVQ_SEQ_API zvq_seq_status zvq_seq_hash_agg_count(zvq_seq_iterator* agg_result, zvq_seq_iterator* grp_result, zvq_seq_iterator* keys, uint64_t size);
 ZVQ_SEQ_API zvq_seq_status zvq_seq_hash_agg_count_uint8(zvq_seq_iterator* agg_result, zvq_seq_iterator* grp_result, zvq_seq_iterator* values, zvq_seq_iterator* keys, uint64_t size);
 ZVQ_SEQ_API zvq_seq_status zvq_seq_hash_initialize_count_uint8(zvq_seq_iterator* it);

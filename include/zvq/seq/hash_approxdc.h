@@ -7,11 +7,65 @@
 extern "C" {
 #endif
 
+/**
+ * agg_approxdc, agg_approxdc_hash: The approximate number of distinct values of a whole sequence:
+ *   HyperLogLog with 128 registers over the 32-bit hash of each element's raw bytes (standard
+ *   error about 9%; 0 and 1 distinct values are exact). The _hash form takes ready uint4 hashes
+ *   (from zvq_seq_hash) as they are.
+ *
+ * Types (operand -> result):
+ *   any type (agg_approxdc); uint4 hashes (_hash) -> uint4, one element
+ * Arguments:
+ *   result: the estimate
+ *   input: the values
+ *   hashes: ready 32-bit hashes
+ * Statuses:
+ *   SEQ_TYPE_MISMATCH: constructor: hashes not uint4
+ *   SEQ_ALREADY_BOUND: constructor: checks on and the counted operand bound
+ *   SEQ_END: next: empty operand, or already delivered
+ *   operand's status: passed up unchanged
+ * Prepare/merge: agg_approxdc: prepare zvq_seq_prepare_aggregate, merge zvq_seq_agg_approxdc_merge
+ *   takes the larger register of each pair; the _hash form has none.
+ * Allocates: nothing.
+ * Caution: it is an estimate: 1,000,000 distinct values may count as 910,000; for the exact count
+ *   use zvq_seq_agg_count_distinct_T.
+ * Pinned by: AggApproxdc.ExactAtZeroAndOneWithinFourStandardErrorsBeyond,
+ *   AggApproxdc.HashFormAndMergesAgreeWithTheWhole,
+ *   ApproxRegisters.IndexFromTheTopBitsRankFromTheLowEnd, ApproxRegisters.EstimatorRanges
+ */
 ZVQ_SEQ_API zvq_seq_status zvq_seq_agg_approxdc(zvq_seq_iterator* result, zvq_seq_iterator* input);
 ZVQ_SEQ_API zvq_seq_status zvq_seq_agg_approxdc_next(zvq_seq_iterator* it);
 ZVQ_SEQ_API zvq_seq_status zvq_seq_agg_approxdc_merge(zvq_seq_iterator* destination, zvq_seq_iterator* source);
 ZVQ_SEQ_API zvq_seq_status zvq_seq_agg_approxdc_hash(zvq_seq_iterator* result, zvq_seq_iterator* hashes);
 ZVQ_SEQ_API zvq_seq_status zvq_seq_agg_approxdc_hash_next(zvq_seq_iterator* it);
+
+/**
+ * hash_agg_approxdc: An approximate distinct count per distinct key, as a hash pair: grp_result
+ *   the keys, agg_result the estimates, read in step and released once with zvq_seq_free_hash.
+ *   Both operands required, of any type.
+ *
+ * Types (operand -> result):
+ *   values and keys of any type -> agg_result uint4; grp_result the keys' type
+ * Arguments:
+ *   agg_result: receives the estimates
+ *   grp_result: receives the keys
+ *   values: counted
+ *   keys: the keys
+ *   size: starting bucket count; 0: zvq_seq_hash_table_init_size
+ * Statuses:
+ *   SEQ_ALREADY_BOUND: constructor: checks on and either operand bound (neither is marked)
+ *   SEQ_NOMEM: constructor: no pair record; build or merge: no memory for the table or a register
+ *     set
+ *   SEQ_BAD_ARGUMENT: merge: a side not built by prepare, or merged into itself
+ *   SEQ_END: every key delivered
+ *   operand's status: passed up unchanged
+ * Prepare/merge: prepare zvq_seq_hash_initialize_approxdc; merge zvq_seq_hash_merge_approxdc takes
+ *   the larger register of each pair per key.
+ * Allocates: a pair record and the table, with the register sets in its key blocks; released by
+ *   zvq_seq_free_hash.
+ * Pinned by: HashAggApproxdc.EachKeyCountsItsOwnValuesWholeOrInParts,
+ *   HashAggApproxdc.EveryFailingAllocationOfABuildAndAMerge
+ */
 ZVQ_SEQ_API zvq_seq_status zvq_seq_hash_agg_approxdc(zvq_seq_iterator* agg_result, zvq_seq_iterator* grp_result, zvq_seq_iterator* values, zvq_seq_iterator* keys, uint64_t size);
 ZVQ_SEQ_API zvq_seq_status zvq_seq_hash_initialize_approxdc(zvq_seq_iterator* it);
 ZVQ_SEQ_API zvq_seq_status zvq_seq_hash_merge_approxdc(zvq_seq_iterator* destination, zvq_seq_iterator* source);

@@ -7,12 +7,86 @@
 extern "C" {
 #endif
 
+/**
+ * hash table sizing: zvq_seq_hash_table_init_size (default 1361) is the bucket count a hash
+ *   aggregate starts with when its size argument is 0; zvq_seq_hash_table_load_factor (default
+ *   1.0) is the entries-per-bucket ratio at which a table grows to the next rung of the prime
+ *   ladder. Set them before trees are in use.
+ *
+ * Types (operand -> result):
+ *   none -> uint64_t and double variables
+ * Statuses:
+ *   none: variables
+ * Prepare/merge: no.
+ * Allocates: nothing.
+ * Pinned by: HashTable.InsertFindAndGrowth, HashPair.SizingKeyWidthResetAndBluntRelease
+ */
 ZVQ_SEQ_API extern uint64_t zvq_seq_hash_table_init_size;
 ZVQ_SEQ_API extern double zvq_seq_hash_table_load_factor;
+
+/**
+ * hash: One 32-bit hash per run of the input (murmur3 over the element's raw bytes, seed 377307),
+ *   the run's repeat byte kept; with a seed operand (uint4), each value is hashed with the seed's
+ *   current value and runs split where either operand's run ends. Keys are raw bytes: 0.0 and -0.0
+ *   hash apart.
+ *
+ * Types (operand -> result):
+ *   any type (input); uint4 or null (seed) -> uint4
+ * Arguments:
+ *   result: the hashes
+ *   input: the values
+ *   seed: per-element seeds, or null for the fixed seed
+ * Statuses:
+ *   SEQ_TYPE_MISMATCH: constructor: seed is not uint4
+ *   SEQ_ALREADY_BOUND: constructor: checks on and an operand bound
+ *   SEQ_END: next: the input is exhausted
+ *   operand's status: next: passed up unchanged
+ * Prepare/merge: no.
+ * Allocates: nothing.
+ * Pinned by: Murmur.PublishedVectors, HashSeq.RunsAndRepeats,
+ *   HashSeq.LimitClampedAtResultCapacity, HashSeq.ConstructorOrderOfTests,
+ *   HashSeq.FirstPullStatusPassesUp
+ */
 ZVQ_SEQ_API zvq_seq_status zvq_seq_hash(zvq_seq_iterator* result, zvq_seq_iterator* input, zvq_seq_iterator* seed);
 ZVQ_SEQ_API zvq_seq_status zvq_seq_hash_next(zvq_seq_iterator* it);
+
+/**
+ * free_hash, release_hash: Release a hash aggregate pair: its table and its shared pair record.
+ *   zvq_seq_free_hash takes either iterator of the pair, clears the pair in both and returns 1, or
+ *   0 when the pair was already released (a second call is harmless). zvq_seq_release_hash is the
+ *   blunt form: no test, the pointers are left dangling, never call it twice. Call one of them
+ *   once per pair, after both iterators are read.
+ *
+ * Types (operand -> result):
+ *   either iterator of a hash pair -> uint32_t flag (free_hash) or nothing
+ * Arguments:
+ *   it: the aggregate or the group iterator of the pair
+ * Statuses:
+ *   1 or 0: free_hash: released now, or nothing left to release
+ * Prepare/merge: no.
+ * Allocates: nothing; gives back the table's blocks, buckets and header and the pair record.
+ * Pinned by: HashPair.WideKeyTableFreedWithThePair, HashPair.SizingKeyWidthResetAndBluntRelease
+ */
 ZVQ_SEQ_API uint32_t zvq_seq_free_hash(zvq_seq_iterator* it);
 ZVQ_SEQ_API void zvq_seq_release_hash(zvq_seq_iterator* it);
+
+/**
+ * hash_agg_reset, is_hash_aggreate: zvq_seq_hash_agg_reset is the reset of both iterators of a
+ *   hash pair: it rewinds the iterator's cursor over the table (the table is kept) and its
+ *   operands. zvq_seq_is_hash_aggreate answers 1 if the record is one of a hash pair (its reset is
+ *   zvq_seq_hash_agg_reset), else 0; the name is spelt so.
+ *
+ * Types (operand -> result):
+ *   a record -> status (reset) or uint32_t flag
+ * Arguments:
+ *   it: the record
+ * Statuses:
+ *   SEQ_OK: reset done
+ *   operand's status: an operand's reset failed
+ * Prepare/merge: no.
+ * Allocates: nothing.
+ * Pinned by: HashPair.SizingKeyWidthResetAndBluntRelease
+ */
 ZVQ_SEQ_API zvq_seq_status zvq_seq_hash_agg_reset(zvq_seq_iterator* it);
 ZVQ_SEQ_API uint32_t zvq_seq_is_hash_aggreate(zvq_seq_iterator* it);
 

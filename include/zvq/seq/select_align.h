@@ -7,6 +7,34 @@
 extern "C" {
 #endif
 
+/**
+ * stretch_T_U, stretch0_T_U: Put a series on another series' timestamps. stretch carries each
+ *   value of values back over the leading timestamps before its key; stretch0 merges the two time
+ *   lines, one element per timestamp of either series, with filler where ts2 has nothing. Keys are
+ *   unsigned and compared as timestamps.
+ *
+ * Types (operand -> result):
+ *   T keys (uint4, uint8, datetime), U values (eleven numeric) -> U
+ * Arguments:
+ *   result: the aligned values
+ *   ts1: the leading timestamps
+ *   ts2: the timestamps of values
+ *   values: the series to align, element by element with ts2
+ *   filler: the value where the aligned series has none
+ * Statuses:
+ *   SEQ_TYPE_MISMATCH: constructor: ts1 or ts2 not T, or values not U
+ *   SEQ_ALREADY_BOUND: constructor: checks on and an operand bound
+ *   SEQ_END: next: ts1 empty, values shorter than ts2, or (asof_join) ts2 empty
+ *   operand's status: next: passed up unchanged
+ * Prepare/merge: no.
+ * Allocates: nothing.
+ * Caution: it reads only the first timestamp of ts1 and never ends by itself: reading it to
+ *   SEQ_END with zvq_seq_get_T does not return; bound it with zvq_seq_limit (the element at
+ *   position n, the number of keys in ts2, has settled).
+ * Pinned by: Align.WorkedExamplesAndTheEdgesOfTheSeries,
+ *   AlignReset.StepsFromTheStartAgainAndKeepsTheCarriedValues,
+ *   AlignValues.TypesBindingsFillerAndFailures
+ */
 ZVQ_SEQ_API zvq_seq_status zvq_seq_stretch_uint4_uint1(zvq_seq_iterator* result, zvq_seq_iterator* ts1, zvq_seq_iterator* ts2, zvq_seq_iterator* values, uint8_t filler);
 ZVQ_SEQ_API zvq_seq_status zvq_seq_stretch_uint4_uint2(zvq_seq_iterator* result, zvq_seq_iterator* ts1, zvq_seq_iterator* ts2, zvq_seq_iterator* values, uint16_t filler);
 ZVQ_SEQ_API zvq_seq_status zvq_seq_stretch_uint4_uint4(zvq_seq_iterator* result, zvq_seq_iterator* ts1, zvq_seq_iterator* ts2, zvq_seq_iterator* values, uint32_t filler);
@@ -205,6 +233,31 @@ ZVQ_SEQ_API zvq_seq_status zvq_seq_stretch0_datetime_int8_reset(zvq_seq_iterator
 ZVQ_SEQ_API zvq_seq_status zvq_seq_stretch0_datetime_float_reset(zvq_seq_iterator* it);
 ZVQ_SEQ_API zvq_seq_status zvq_seq_stretch0_datetime_double_reset(zvq_seq_iterator* it);
 ZVQ_SEQ_API zvq_seq_status zvq_seq_stretch0_datetime_datetime_reset(zvq_seq_iterator* it);
+
+/**
+ * asof_join_T_U: For a ts1 timestamp, the value of values whose ts2 key is nearest.
+ *
+ * Types (operand -> result):
+ *   T keys (uint4, uint8, datetime), U values (eleven numeric) -> U
+ * Arguments:
+ *   result: the aligned values
+ *   ts1: the leading timestamps
+ *   ts2: the timestamps of values
+ *   values: the series to align, element by element with ts2
+ * Statuses:
+ *   SEQ_TYPE_MISMATCH: constructor: ts1 or ts2 not T, or values not U
+ *   SEQ_ALREADY_BOUND: constructor: checks on and an operand bound
+ *   SEQ_END: next: ts1 empty, values shorter than ts2, or (asof_join) ts2 empty
+ *   operand's status: next: passed up unchanged
+ * Prepare/merge: no.
+ * Allocates: nothing.
+ * Caution: it reads only the first timestamp of ts1 and never ends by itself: reading it to
+ *   SEQ_END with zvq_seq_get_T does not return; bound it with zvq_seq_limit (the element at
+ *   position n, the number of keys in ts2, has settled). Its first elements can come from state
+ *   set before any key was read (zeros on a zero-filled record).
+ * Pinned by: Align.WorkedExamplesAndTheEdgesOfTheSeries,
+ *   AlignValues.TypesBindingsFillerAndFailures
+ */
 ZVQ_SEQ_API zvq_seq_status zvq_seq_asof_join_uint4_uint1(zvq_seq_iterator* result, zvq_seq_iterator* ts1, zvq_seq_iterator* ts2, zvq_seq_iterator* values);
 ZVQ_SEQ_API zvq_seq_status zvq_seq_asof_join_uint4_uint2(zvq_seq_iterator* result, zvq_seq_iterator* ts1, zvq_seq_iterator* ts2, zvq_seq_iterator* values);
 ZVQ_SEQ_API zvq_seq_status zvq_seq_asof_join_uint4_uint4(zvq_seq_iterator* result, zvq_seq_iterator* ts1, zvq_seq_iterator* ts2, zvq_seq_iterator* values);

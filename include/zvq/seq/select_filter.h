@@ -7,6 +7,28 @@
 extern "C" {
 #endif
 
+/**
+ * filter_T: The elements of input where cond is true, one output run per overlap of a cond run and
+ *   an input run under a nonzero flag; runs are never expanded. cond and input are read in step:
+ *   give them two readers of the data (two stored columns, or a zvq_seq_split), not a tee.
+ *
+ * Types (operand -> result):
+ *   uint1 cond, T input (all twelve) -> T
+ * Arguments:
+ *   result: the kept elements
+ *   cond: the flags
+ *   input: the values
+ * Statuses:
+ *   SEQ_TYPE_MISMATCH: constructor: cond not uint1 or input not T
+ *   SEQ_ALREADY_BOUND: constructor: checks on and an operand bound
+ *   SEQ_END: next: an operand is exhausted (cond is reported first)
+ *   operand's status: next: passed up unchanged
+ * Prepare/merge: no.
+ * Allocates: nothing.
+ * Pinned by: Filter.OneRunPerOverlapUnderATrueFlag,
+ *   FilterFailure.CondReportsFirstTheTypesAreTestedAndCharKeepsItsWidth,
+ *   FilterRandom.MatchesAPlainLoopOverExpandedColumns
+ */
 ZVQ_SEQ_API zvq_seq_status zvq_seq_filter_uint1(zvq_seq_iterator* result, zvq_seq_iterator* cond, zvq_seq_iterator* input);
 ZVQ_SEQ_API zvq_seq_status zvq_seq_filter_uint2(zvq_seq_iterator* result, zvq_seq_iterator* cond, zvq_seq_iterator* input);
 ZVQ_SEQ_API zvq_seq_status zvq_seq_filter_uint4(zvq_seq_iterator* result, zvq_seq_iterator* cond, zvq_seq_iterator* input);
@@ -31,14 +53,92 @@ ZVQ_SEQ_API zvq_seq_status zvq_seq_filter_float_next(zvq_seq_iterator* it);
 ZVQ_SEQ_API zvq_seq_status zvq_seq_filter_double_next(zvq_seq_iterator* it);
 ZVQ_SEQ_API zvq_seq_status zvq_seq_filter_datetime_next(zvq_seq_iterator* it);
 ZVQ_SEQ_API zvq_seq_status zvq_seq_filter_char_next(zvq_seq_iterator* it);
+
+/**
+ * filter_pos, filter_search: The positions (0-based, runs expanded) of the true elements of a flag
+ *   sequence, as a uint8 sequence of repeat 1; a true run of r gives r positions. filter_search
+ *   starts the count at source's first_pos (source is read once, not bound or kept).
+ *
+ * Types (operand -> result):
+ *   uint1 -> uint8 positions
+ * Arguments:
+ *   result: the positions
+ *   input: the flags
+ *   source: filter_search: where counting starts
+ * Statuses:
+ *   SEQ_TYPE_MISMATCH: constructor: input not uint1
+ *   SEQ_ALREADY_BOUND: constructor: checks on and an operand bound
+ *   SEQ_END: next: the flags are exhausted
+ *   operand's status: next: passed up unchanged
+ * Prepare/merge: no.
+ * Allocates: nothing.
+ * Pinned by: FilterPos.FalseRunsSkipTrueRunsCountAcrossChunks
+ */
 ZVQ_SEQ_API zvq_seq_status zvq_seq_filter_pos(zvq_seq_iterator* result, zvq_seq_iterator* input);
 ZVQ_SEQ_API zvq_seq_status zvq_seq_filter_pos_next(zvq_seq_iterator* it);
 ZVQ_SEQ_API zvq_seq_status zvq_seq_filter_pos_reset(zvq_seq_iterator* it);
 ZVQ_SEQ_API zvq_seq_status zvq_seq_filter_search(zvq_seq_iterator* result, zvq_seq_iterator* input, zvq_seq_iterator* source);
+
+/**
+ * filter_first_pos, get_first_pos: filter_first_pos delivers up to n positions from the tree's
+ *   first position (zvq_seq_get_first_pos: the greatest first_pos of the record and, recursively,
+ *   of its operands; records must be zero-filled before their constructors run). input is not
+ *   marked bound. Its reset is zvq_seq_reset_unary_iterator.
+ *
+ * Types (operand -> result):
+ *   uint1 -> uint8 positions (filter_first_pos); uint64_t (get_first_pos)
+ * Arguments:
+ *   result: the positions
+ *   input: the flags
+ *   n: positions wanted, at most 455
+ *   iterator: get_first_pos: the root of the tree to search
+ * Statuses:
+ *   SEQ_TYPE_MISMATCH: constructor: input not uint1
+ *   SEQ_ALREADY_BOUND: constructor: checks on and an operand bound
+ *   SEQ_BAD_ARGUMENT: constructor: n above 455
+ *   SEQ_END: next: nothing more
+ *   operand's status: next: passed up unchanged
+ * Prepare/merge: prepare zvq_seq_prepare_aggregate; zvq_seq_filter_first_pos_merge merges two
+ *   sorted lists, cut to n.
+ * Allocates: nothing.
+ * Caution: it tests the one flag under the input's cursor again and again: a true flag there gives
+ *   n consecutive positions whatever follows, and a false flag never returns; use
+ *   zvq_seq_filter_pos bounded by zvq_seq_limit(result, positions, 0, n - 1).
+ * Pinned by: FilterFirstPos.ChecksThenOneFlagReadAgainWhileTheBaseClimbs,
+ *   FilterFirstPosDeathTest.AFalseFlagAtTheCursorKeepsTheCallInItsLoop,
+ *   FilterFirstPosMerge.SortedListsMergedAndCutSelfTailFirst,
+ *   GetFirstPos.GreatestOverAllThreeSlotsAndATeesTwins
+ */
 ZVQ_SEQ_API zvq_seq_status zvq_seq_filter_first_pos(zvq_seq_iterator* result, zvq_seq_iterator* input, uint64_t n);
 ZVQ_SEQ_API zvq_seq_status zvq_seq_filter_first_pos_next(zvq_seq_iterator* it);
 ZVQ_SEQ_API zvq_seq_status zvq_seq_filter_first_pos_merge(zvq_seq_iterator* destination, zvq_seq_iterator* source);
 ZVQ_SEQ_API uint64_t zvq_seq_get_first_pos(zvq_seq_iterator* iterator);
+
+/**
+ * map_T: The elements of input at the positions of a non-decreasing uint8 position sequence,
+ *   walking input forward only; a position may repeat.
+ *
+ * Types (operand -> result):
+ *   T input (all twelve), uint8 positions -> T
+ * Arguments:
+ *   result: the picked elements
+ *   input: the values
+ *   positions: non-decreasing positions
+ * Statuses:
+ *   SEQ_TYPE_MISMATCH: constructor: positions not uint8 or input not T
+ *   SEQ_ALREADY_BOUND: constructor: checks on and an operand bound
+ *   SEQ_BAD_ORDER: next: a position behind the input chunk it holds
+ *   SEQ_END: next: an operand is exhausted
+ *   operand's status: next: passed up unchanged
+ * Prepare/merge: no.
+ * Allocates: nothing.
+ * Caution: exact only over runs of 1: the cursor keeps the distance from the previous position,
+ *   not the offset in the run, so runs 0 x 3, 1 x 3 read at positions 0..5 give six zeros; use
+ *   zvq_seq_take_T.
+ * Pinned by: Map.ExactOverSingleElementRunsAndChunksOfTheResultType,
+ *   MapDrift.TheCursorKeepsTheDistanceNotTheOffset,
+ *   MapOrder.TypesThenAPositionBehindIsBadOrderAndLeavesTheRecord
+ */
 ZVQ_SEQ_API zvq_seq_status zvq_seq_map_uint1(zvq_seq_iterator* result, zvq_seq_iterator* input, zvq_seq_iterator* positions);
 ZVQ_SEQ_API zvq_seq_status zvq_seq_map_uint2(zvq_seq_iterator* result, zvq_seq_iterator* input, zvq_seq_iterator* positions);
 ZVQ_SEQ_API zvq_seq_status zvq_seq_map_uint4(zvq_seq_iterator* result, zvq_seq_iterator* input, zvq_seq_iterator* positions);

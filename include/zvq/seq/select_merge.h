@@ -7,6 +7,32 @@
 extern "C" {
 #endif
 
+/**
+ * union_T: Merges two streams sorted in the direction of order (not checked) into one, one equal
+ *   pair collapsing: 1, 3 with 1, 2 gives 1, 2, 3, while 1, 1 with 1 gives 1, 1. Runs are taken as
+ *   one element each (repeat bytes ignored), outputs have repeat 1. With NaN the right side goes
+ *   first.
+ *
+ * Types (operand -> result):
+ *   T, T (eleven numeric) -> T
+ * Arguments:
+ *   result: the merged stream
+ *   left, right: the sorted inputs
+ *   order: SEQ_ORDER_DESC (2) descending, any other value ascending
+ * Statuses:
+ *   SEQ_TYPE_MISMATCH: constructor: an operand not T
+ *   SEQ_ALREADY_BOUND: constructor: checks on and an operand bound
+ *   SEQ_END: next: both exhausted
+ *   operand's status: next: passed up unchanged
+ * Prepare/merge: no.
+ * Allocates: nothing.
+ * Caution: a run counts as one element: left 5 x 3 with right 7 gives 5, 7, not 5, 5, 5, 7; expand
+ *   runs first (zvq_seq_rle_decode) when repeats matter.
+ * Pinned by: Merge.UnionCollapsesOnePairAndPassesTheRestThrough,
+ *   MergeFloat.NaNHoldsTheLeftBackAndMinusZeroEqualsZero,
+ *   MergeLarge.UnionFillsWholeChunksLikeAPlainMerge,
+ *   MergeFailures.StatusesPassUpAndNothingIsBoundOnARefusal
+ */
 ZVQ_SEQ_API zvq_seq_status zvq_seq_union_uint1(zvq_seq_iterator* result, zvq_seq_iterator* left, zvq_seq_iterator* right, uint32_t order);
 ZVQ_SEQ_API zvq_seq_status zvq_seq_union_uint2(zvq_seq_iterator* result, zvq_seq_iterator* left, zvq_seq_iterator* right, uint32_t order);
 ZVQ_SEQ_API zvq_seq_status zvq_seq_union_uint4(zvq_seq_iterator* result, zvq_seq_iterator* left, zvq_seq_iterator* right, uint32_t order);
@@ -30,6 +56,30 @@ ZVQ_SEQ_API zvq_seq_status zvq_seq_union_float_next(zvq_seq_iterator* it);
 ZVQ_SEQ_API zvq_seq_status zvq_seq_union_double_next(zvq_seq_iterator* it);
 ZVQ_SEQ_API zvq_seq_status zvq_seq_union_datetime_next(zvq_seq_iterator* it);
 ZVQ_SEQ_API zvq_seq_status zvq_seq_reset_union_iterator(zvq_seq_iterator* it);
+
+/**
+ * unique_T: Drops a value equal to the last one delivered (== for numbers, so 0.0 equals -0.0 and
+ *   NaN is never equal; bytes for char), runs taken as one element. char keeps its last value in
+ *   the record: widths up to 272.
+ *
+ * Types (operand -> result):
+ *   T (all twelve) -> T
+ * Arguments:
+ *   result: the deduplicated stream
+ *   input: the input
+ * Statuses:
+ *   SEQ_TYPE_MISMATCH: constructor: input not T
+ *   SEQ_ALREADY_BOUND: constructor: checks on and input bound
+ *   SEQ_END: next: input exhausted
+ *   operand's status: next: passed up unchanged
+ *   SEQ_TYPE_MISMATCH: constructor: unique_char wider than 272 bytes (before the binding)
+ * Prepare/merge: no.
+ * Allocates: nothing.
+ * Caution: the first chunk after construction or reset is not filtered: 1, 1, 2, 2 in one chunk
+ *   comes out unchanged; only later chunks drop repeats.
+ * Pinned by: Merge.UniqueFiltersFromTheSecondChunkOnAndAfterReset,
+ *   MergeChar.UniqueComparesBytesAndRefusesWidthsBeyondTheState
+ */
 ZVQ_SEQ_API zvq_seq_status zvq_seq_unique_uint1(zvq_seq_iterator* result, zvq_seq_iterator* input);
 ZVQ_SEQ_API zvq_seq_status zvq_seq_unique_uint2(zvq_seq_iterator* result, zvq_seq_iterator* input);
 ZVQ_SEQ_API zvq_seq_status zvq_seq_unique_uint4(zvq_seq_iterator* result, zvq_seq_iterator* input);
@@ -54,6 +104,35 @@ ZVQ_SEQ_API zvq_seq_status zvq_seq_unique_float_next(zvq_seq_iterator* it);
 ZVQ_SEQ_API zvq_seq_status zvq_seq_unique_double_next(zvq_seq_iterator* it);
 ZVQ_SEQ_API zvq_seq_status zvq_seq_unique_datetime_next(zvq_seq_iterator* it);
 ZVQ_SEQ_API zvq_seq_status zvq_seq_unique_char_next(zvq_seq_iterator* it);
+
+/**
+ * cross_T: The positions (runs expanded) where the sign changes between strictly positive and
+ *   strictly negative, flat stretches of zeros between them allowed; the position of the first
+ *   element of the new sign, or of the flat stretch (1, 0, 0, -1 gives 1; 1, 2, -1 gives 2). The
+ *   unsigned members are refused; datetime never crosses.
+ *
+ * Types (operand -> result):
+ *   int1..int8, float, double, datetime -> uint8 positions
+ *   uint1..uint8 -> refused
+ * Arguments:
+ *   result: the positions
+ *   input: the values
+ *   cross_direction: 0 both ways, 1 upward, -1 downward (not checked)
+ * Statuses:
+ *   SEQ_NOT_SUPPORTED: the uint members, always; nothing written, nothing bound
+ *   SEQ_TYPE_MISMATCH: constructor: input not T
+ *   SEQ_ALREADY_BOUND: constructor: checks on and input bound
+ *   SEQ_END: next: input exhausted
+ *   operand's status: next: passed up unchanged
+ * Prepare/merge: no.
+ * Allocates: nothing.
+ * Caution: the direction holds only in the first output chunk: later chunks report crossings both
+ *   ways, and a flat stretch that returns to the same sign is counted into the next crossing (1,
+ *   0, 1, -1 gives 2, not 3).
+ * Pinned by: Cross.ReportsTheFirstElementOfTheNewSign, Cross.OnlyTheFirstChunkKeepsToTheDirection,
+ *   CrossAndExtrema.RefusalsTouchNothing, CrossAndExtrema.ComparisonsFollowTheType,
+ *   CrossAndExtrema.AFailureLeavesTheStateOfTheLastReturn
+ */
 ZVQ_SEQ_API zvq_seq_status zvq_seq_cross_int1(zvq_seq_iterator* result, zvq_seq_iterator* input, int32_t cross_direction);
 ZVQ_SEQ_API zvq_seq_status zvq_seq_cross_int2(zvq_seq_iterator* result, zvq_seq_iterator* input, int32_t cross_direction);
 ZVQ_SEQ_API zvq_seq_status zvq_seq_cross_int4(zvq_seq_iterator* result, zvq_seq_iterator* input, int32_t cross_direction);
@@ -73,6 +152,28 @@ ZVQ_SEQ_API zvq_seq_status zvq_seq_cross_float_next(zvq_seq_iterator* it);
 ZVQ_SEQ_API zvq_seq_status zvq_seq_cross_double_next(zvq_seq_iterator* it);
 ZVQ_SEQ_API zvq_seq_status zvq_seq_cross_datetime_next(zvq_seq_iterator* it);
 ZVQ_SEQ_API zvq_seq_status zvq_seq_cross_reset_iterator(zvq_seq_iterator* it);
+
+/**
+ * extrema_T: The positions of turns: the last element before a reversal from rising to falling (a
+ *   maximum) or back (a minimum); on a plateau its last element (1, 3, 3, 2 gives 2). Flat
+ *   stretches never change the trend.
+ *
+ * Types (operand -> result):
+ *   T (eleven numeric) -> uint8 positions
+ * Arguments:
+ *   result: the positions
+ *   input: the values
+ *   extremum_kind: 0 both, 1 maxima, -1 minima (not checked)
+ * Statuses:
+ *   SEQ_TYPE_MISMATCH: constructor: input not T
+ *   SEQ_ALREADY_BOUND: constructor: checks on and input bound
+ *   SEQ_END: next: input exhausted
+ *   operand's status: next: passed up unchanged
+ * Prepare/merge: no.
+ * Allocates: nothing.
+ * Pinned by: Positions.ExtremaReportTheLastElementBeforeATurn,
+ *   CrossAndExtrema.ComparisonsFollowTheType
+ */
 ZVQ_SEQ_API zvq_seq_status zvq_seq_extrema_uint1(zvq_seq_iterator* result, zvq_seq_iterator* input, int32_t extremum_kind);
 ZVQ_SEQ_API zvq_seq_status zvq_seq_extrema_uint2(zvq_seq_iterator* result, zvq_seq_iterator* input, int32_t extremum_kind);
 ZVQ_SEQ_API zvq_seq_status zvq_seq_extrema_uint4(zvq_seq_iterator* result, zvq_seq_iterator* input, int32_t extremum_kind);

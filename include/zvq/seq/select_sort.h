@@ -7,6 +7,28 @@
 extern "C" {
 #endif
 
+/**
+ * sort_T: Fills permutation with the indices of values in sorted order (values are never moved): a
+ *   quicksort with a seeded pivot, insertion sort for short slices, heap sort when the depth
+ *   budget runs out. Not stable. Signed, unsigned or IEEE order by type (datetime as uint8).
+ *
+ * Types (operand -> result):
+ *   const T* values (eleven numeric) -> uint64_t permutation[n]
+ * Arguments:
+ *   values: n keys, read only
+ *   permutation: n entries, written
+ *   n: elements
+ *   order: SEQ_ORDER_ASC or SEQ_ORDER_DESC
+ * Statuses:
+ *   SEQ_OK: always; nothing is allocated
+ * Prepare/merge: no.
+ * Allocates: nothing.
+ * Caution: a slice is left as it stands whenever the front of the whole array rises: 500 rising
+ *   values followed by 10,000 random ones leave 4,944 adjacent pairs out of order; use
+ *   zvq_seq_argsort_T (stable, NaN last).
+ * Pinned by: Sort.RandomDataWithDuplicatesAndNaN, Sort.SortedReversedAndEqualInputsInOnePass,
+ *   Sort.HeapSortWhenTheBudgetRunsOut, SortFrontSorted.ASliceIsLeftAloneWhenTheArraysFrontRises
+ */
 ZVQ_SEQ_API zvq_seq_status zvq_seq_sort_uint1(const uint8_t* values, uint64_t* permutation, uint64_t n, uint32_t order);
 ZVQ_SEQ_API zvq_seq_status zvq_seq_sort_uint2(const uint16_t* values, uint64_t* permutation, uint64_t n, uint32_t order);
 ZVQ_SEQ_API zvq_seq_status zvq_seq_sort_uint4(const uint32_t* values, uint64_t* permutation, uint64_t n, uint32_t order);
@@ -18,6 +40,37 @@ ZVQ_SEQ_API zvq_seq_status zvq_seq_sort_int8(const int64_t* values, uint64_t* pe
 ZVQ_SEQ_API zvq_seq_status zvq_seq_sort_float(const float* values, uint64_t* permutation, uint64_t n, uint32_t order);
 ZVQ_SEQ_API zvq_seq_status zvq_seq_sort_double(const double* values, uint64_t* permutation, uint64_t n, uint32_t order);
 ZVQ_SEQ_API zvq_seq_status zvq_seq_sort_datetime(const zvq_seq_datetime* values, uint64_t* permutation, uint64_t n, uint32_t order);
+
+/**
+ * order_by_T: Delivers input in the order of a permutation: the first pull reads the n elements of
+ *   input (runs expanded) into a buffer, then element i of the result is buffer[permutation[i]],
+ *   repeat 1. One permutation can order several columns. input is not marked bound; it is read
+ *   through zvq_seq_get_T.
+ *
+ * Types (operand -> result):
+ *   T (all twelve) -> T
+ * Arguments:
+ *   result: the reordered column
+ *   input: the column
+ *   permutation: n indices, kept by the caller
+ *   n: elements
+ *   buffer: a caller's array of n elements already holding input, or null to have one allocated
+ *     and filled
+ * Statuses:
+ *   SEQ_TYPE_MISMATCH: constructor: input not T; first pull: as zvq_seq_get_T
+ *   SEQ_ALREADY_BOUND: first pull: checks on and input bound
+ *   SEQ_BAD_ARGUMENT: first pull: a permutation entry at or past n
+ *   SEQ_NOMEM: first pull: no memory for the buffer, or n x elem_size beyond 64 bits
+ *   SEQ_END: after n elements
+ *   operand's status: passed up unchanged
+ * Prepare/merge: no.
+ * Allocates: with buffer null, n x elem_size bytes through zvq_seq_alloc_buffer, zeroed; released
+ *   by zvq_seq_order_by_reset or zvq_seq_free_buffer. A caller's buffer is neither read into nor
+ *   freed.
+ * Pinned by: OrderBy.ReadsTheInputOnceAndDeliversChunksInPermutationOrder,
+ *   OrderByBuffer.ACallersBufferIsNeitherReadIntoNorFreedCharsAreBlockCopied,
+ *   OrderByFailures.AllocatorReadAndBounds
+ */
 ZVQ_SEQ_API zvq_seq_status zvq_seq_order_by_uint1(zvq_seq_iterator* result, zvq_seq_iterator* input, const uint64_t* permutation, uint64_t n, const uint8_t* buffer);
 ZVQ_SEQ_API zvq_seq_status zvq_seq_order_by_uint2(zvq_seq_iterator* result, zvq_seq_iterator* input, const uint64_t* permutation, uint64_t n, const uint16_t* buffer);
 ZVQ_SEQ_API zvq_seq_status zvq_seq_order_by_uint4(zvq_seq_iterator* result, zvq_seq_iterator* input, const uint64_t* permutation, uint64_t n, const uint32_t* buffer);

@@ -7,6 +7,33 @@
 extern "C" {
 #endif
 
+/**
+ * top_max_T, top_min_T: The n greatest (smallest) values of the whole input, best first, in one
+ *   chunk, from a sorted candidate list; a NaN beats on either side.
+ *
+ * Types (operand -> result):
+ *   T (eleven numeric) -> T
+ * Arguments:
+ *   result: the list
+ *   input: the values
+ *   n: list length, at most the capacity of T
+ * Statuses:
+ *   SEQ_TYPE_MISMATCH: constructor: input not T
+ *   SEQ_ALREADY_BOUND: constructor: checks on and input bound
+ *   SEQ_BAD_ARGUMENT: constructor: n above the capacity of T (2048, 1365, 819 or 455); input stays
+ *     bound
+ *   SEQ_END: next: input empty, or the list already delivered
+ *   operand's status: next: value lists are lost, position lists are published
+ * Prepare/merge: prepare zvq_seq_prepare_aggregate; zvq_seq_top_max_T_merge / _min_T_merge merge
+ *   two lists, cut to n.
+ * Allocates: nothing.
+ * Caution: a run counts once and the merge keeps one of two equal values: the top 3 of 5 5 5 3 3 3
+ *   as two runs is 5, 3, and merging {5,5,1} with {5,4} keeps 5 5 1; use zvq_seq_top_n_max_T /
+ *   zvq_seq_top_n_min_T (with their merges).
+ * Pinned by: TopN.LongInputAgainstAStableSort, TopN.ShortInputsAndTheLimits,
+ *   TopN.MergeDropsOneOfTwoEqualValues, TopFailure.ValueListsAreLostPositionListsPublished,
+ *   TopNaN.ANaNBeatsOnEitherSide
+ */
 ZVQ_SEQ_API zvq_seq_status zvq_seq_top_max_uint1(zvq_seq_iterator* result, zvq_seq_iterator* input, uint64_t n);
 ZVQ_SEQ_API zvq_seq_status zvq_seq_top_max_uint2(zvq_seq_iterator* result, zvq_seq_iterator* input, uint64_t n);
 ZVQ_SEQ_API zvq_seq_status zvq_seq_top_max_uint4(zvq_seq_iterator* result, zvq_seq_iterator* input, uint64_t n);
@@ -73,6 +100,35 @@ ZVQ_SEQ_API zvq_seq_status zvq_seq_top_min_int8_merge(zvq_seq_iterator* destinat
 ZVQ_SEQ_API zvq_seq_status zvq_seq_top_min_float_merge(zvq_seq_iterator* destination, zvq_seq_iterator* source);
 ZVQ_SEQ_API zvq_seq_status zvq_seq_top_min_double_merge(zvq_seq_iterator* destination, zvq_seq_iterator* source);
 ZVQ_SEQ_API zvq_seq_status zvq_seq_top_min_datetime_merge(zvq_seq_iterator* destination, zvq_seq_iterator* source);
+
+/**
+ * top_pos_max_T, top_pos_min_T: The places of the n greatest (smallest) values, as a uint8
+ *   sequence; a place is the ordinal of the RUN (the element position only over runs of 1). n may
+ *   exceed the 455 places a chunk holds: the list is then kept in the record's buffer and
+ *   delivered over several chunks.
+ *
+ * Types (operand -> result):
+ *   T (eleven numeric) -> uint8 run ordinals
+ * Arguments:
+ *   result: the places
+ *   input: the values
+ *   n: list length, at most the capacity of T
+ * Statuses:
+ *   SEQ_TYPE_MISMATCH: constructor: input not T
+ *   SEQ_ALREADY_BOUND: constructor: checks on and input bound
+ *   SEQ_BAD_ARGUMENT: constructor: n above the capacity of T (2048, 1365, 819 or 455); input stays
+ *     bound
+ *   SEQ_END: next: input empty, or the list already delivered
+ *   operand's status: next: value lists are lost, position lists are published
+ *   SEQ_NOMEM: next: n above 455 and no memory for the list
+ * Prepare/merge: no.
+ * Allocates: for n above 455, n x 8 bytes through zvq_seq_alloc_buffer; released with the last
+ *   chunk, on reset (zvq_seq_top_pos_reset) or by zvq_seq_free_buffer.
+ * Caution: positions count runs: over runs 7 x 100, 9 x 1 the top place is 1, not 100; use
+ *   zvq_seq_top_n_pos_max_T / zvq_seq_top_n_pos_min_T for element positions.
+ * Pinned by: TopPosLong.NAboveAChunkIsDeliveredOverSeveralChunks,
+ *   TopFailure.ValueListsAreLostPositionListsPublished
+ */
 ZVQ_SEQ_API zvq_seq_status zvq_seq_top_pos_max_uint1(zvq_seq_iterator* result, zvq_seq_iterator* input, uint64_t n);
 ZVQ_SEQ_API zvq_seq_status zvq_seq_top_pos_max_uint2(zvq_seq_iterator* result, zvq_seq_iterator* input, uint64_t n);
 ZVQ_SEQ_API zvq_seq_status zvq_seq_top_pos_max_uint4(zvq_seq_iterator* result, zvq_seq_iterator* input, uint64_t n);
@@ -118,6 +174,31 @@ ZVQ_SEQ_API zvq_seq_status zvq_seq_top_pos_min_float_next(zvq_seq_iterator* it);
 ZVQ_SEQ_API zvq_seq_status zvq_seq_top_pos_min_double_next(zvq_seq_iterator* it);
 ZVQ_SEQ_API zvq_seq_status zvq_seq_top_pos_min_datetime_next(zvq_seq_iterator* it);
 ZVQ_SEQ_API zvq_seq_status zvq_seq_top_pos_reset(zvq_seq_iterator* it);
+
+/**
+ * histogram_T: Counts of the input's elements (repeats counted) in n equal half-open intervals
+ *   [min, max); one chunk of n counts. A NaN counts in interval 0.
+ *
+ * Types (operand -> result):
+ *   T (eleven numeric) -> uint8 counts
+ * Arguments:
+ *   result: the counts
+ *   input: the values
+ *   min: lower bound, inclusive
+ *   max: upper bound, exclusive
+ *   n: intervals, 1 to 455
+ * Statuses:
+ *   SEQ_TYPE_MISMATCH: constructor: input not T
+ *   SEQ_BAD_ARGUMENT: constructor: n out of range or max not above min (before the binding: input
+ *     stays free); next: a value outside [min, max), max itself included
+ *   SEQ_ALREADY_BOUND: constructor: checks on and input bound
+ *   SEQ_END: next: already delivered
+ *   operand's status: next: passed up; counts so far published
+ * Prepare/merge: no.
+ * Allocates: nothing.
+ * Pinned by: Histogram.EqualHalfOpenIntervalsCountRepeats,
+ *   Histogram.ArgumentsAreTestedBeforeTheBinding, HistogramArithmetic.WideSpansFloatRoundingAndNaN
+ */
 ZVQ_SEQ_API zvq_seq_status zvq_seq_histogram_uint1(zvq_seq_iterator* result, zvq_seq_iterator* input, uint8_t min, uint8_t max, int64_t n);
 ZVQ_SEQ_API zvq_seq_status zvq_seq_histogram_uint2(zvq_seq_iterator* result, zvq_seq_iterator* input, uint16_t min, uint16_t max, int64_t n);
 ZVQ_SEQ_API zvq_seq_status zvq_seq_histogram_uint4(zvq_seq_iterator* result, zvq_seq_iterator* input, uint32_t min, uint32_t max, int64_t n);
