@@ -325,8 +325,29 @@ def outputs():
     return files
 
 
+TESTS_DIR = ROOT / "tests"
+
+
+def missing_tests():
+    """Test names a doc block cites (Suite.Name) that no test defines: a
+    renamed or dropped test would leave the reference pointing nowhere."""
+    defined = set()
+    for path in TESTS_DIR.rglob("*.cpp"):
+        defined |= {"%s.%s" % m for m in re.findall(r"\b(?:TYPED_)?TEST(?:_F|_P)?\(\s*(\w+)\s*,\s*(\w+)\s*\)",
+                                                  path.read_text())}
+    cited = set()
+    for path in sorted(MANIFESTS.glob("*.py")):
+        for e in load_manifest(path)[1]:
+            if isinstance(e, Doc):
+                cited |= set(e.tests)
+    return sorted(cited - defined)
+
+
 def main():
     check = "--check" in sys.argv[1:]
+    if check and missing_tests():
+        print("gen_api: doc blocks cite tests that do not exist: " + ", ".join(missing_tests()))
+        return 1
     stale = []
     for path, text in outputs().items():
         if path.exists() and path.read_text() == text:

@@ -92,10 +92,12 @@ zvq_seq_status unget_runs_init(Rec& r, Shape shape, zvq_seq_next_fn next, const 
 extern "C" {
 
 zvq_seq_status zvq_seq_encode_char(zvq_seq_iterator* result, const char* items, uint64_t count, uint16_t width) {
+    if (const zvq_seq_status s = zvq::char_width_status(width)) return s;
     return zvq::encode_init(*result, zvq::char_shape(width), zvq::encode_next<zvq::Char>, items, count);
 }
 zvq_seq_status zvq_seq_unget_runs_char(zvq_seq_iterator* result, const char* values, uint16_t width,
                                        const uint64_t* run_ends, uint64_t run_count) {
+    if (const zvq_seq_status s = zvq::char_width_status(width)) return s;
     return zvq::unget_runs_init(*result, zvq::char_shape(width), zvq::unget_runs_next<zvq::Char>, values, run_ends,
                                 run_count);
 }

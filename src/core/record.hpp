@@ -88,6 +88,13 @@ inline constexpr Shape shape_of = {Tag::size, Tag::code};
 inline Shape shape_of_record(const Rec& r) { return {r.elem_size, r.elem_type}; }
 inline Shape char_shape(uint32_t width) { return {static_cast<uint16_t>(width), ZVQ_SEQ_TYPE_CHAR}; }
 
+// A width a source of char values can serve: 0 holds nothing, and above 4095
+// a chunk has room for no run.
+inline zvq_seq_status char_width_status(uint32_t width) {
+    if (width >= ZVQ_SEQ_CHUNK_SIZE) return SEQ_TYPE_MISMATCH;
+    return width == 0 ? SEQ_BAD_ARGUMENT : SEQ_OK;
+}
+
 // The shape of a Tag result that carries values of `input`: for char the
 // width is the input's.
 template <class Tag>

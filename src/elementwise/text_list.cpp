@@ -155,10 +155,8 @@ zvq_seq_status from_text_init(Rec& r, Shape shape, zvq_seq_next_fn next, const c
     return SEQ_OK;
 }
 
-// A char width of 0 holds nothing; above 4095 a chunk holds no run.
 zvq_seq_status from_text_char_init(Rec& r, const char* text, uint16_t width) {
-    if (width >= ZVQ_SEQ_CHUNK_SIZE) return SEQ_TYPE_MISMATCH;
-    if (width == 0) return SEQ_BAD_ARGUMENT;
+    if (const zvq_seq_status s = char_width_status(width)) return s;
     return from_text_init(r, char_shape(width), from_text_next<Char>, text);
 }
 

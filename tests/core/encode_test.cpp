@@ -150,6 +150,17 @@ TEST(Encode, CharEmptyAndRefusals) {
     EXPECT_EQ(r.next(&r), SEQ_END);
     EXPECT_EQ(r.next(&r), SEQ_END);
     EXPECT_EQ(zvq_seq_encode_double(&r, nullptr, 3), SEQ_BAD_ARGUMENT);
+
+    // A chunk has room for no run of 4096 bytes, and width 0 holds nothing.
+    static const char wide[4096] = {};
+    const uint64_t end = 1;
+    EXPECT_EQ(zvq_seq_encode_char(&r, wide, 1, 4096), SEQ_TYPE_MISMATCH);
+    EXPECT_EQ(zvq_seq_encode_char(&r, wide, 1, 0), SEQ_BAD_ARGUMENT);
+    EXPECT_EQ(zvq_seq_unget_runs_char(&r, wide, 4096, &end, 1), SEQ_TYPE_MISMATCH);
+    EXPECT_EQ(zvq_seq_unget_runs_char(&r, wide, 0, &end, 1), SEQ_BAD_ARGUMENT);
+    ASSERT_EQ(zvq_seq_encode_char(&r, wide, 1, 4095), SEQ_OK);
+    ASSERT_EQ(r.next(&r), SEQ_OK);
+    EXPECT_EQ(r.chunk_count, 1);
 }
 
 // The length is known without reading: agg_count asks, as it asks unget.

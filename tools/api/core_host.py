@@ -39,6 +39,6 @@ DECLS = [
         types=[("uint32_t index", "uint64_t prime")],
         args=[("index", "the rung, 0 to 28")],
         statuses=[("none", "always returns a prime")],
-        tests=["HostOperations.PrimeLadderRisesAndIsPure"]),
+        tests=["HashTable.InsertFindAndGrowth"]),
     "uint64_t zvq_int_get_prime_number(uint32_t index);",
 ]

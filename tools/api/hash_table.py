@@ -6,7 +6,7 @@ DECLS = [
         "grows to the next rung of the prime ladder. Set them before trees are in use.",
         types=[("none", "uint64_t and double variables")],
         statuses=[("none", "variables")],
-        tests=["HashTable.InsertFindAndGrowth", "HashPair.SizingKeyWidthResetAndBluntRelease"]),
+        tests=["HashTable.InsertFindAndGrowth", "HashPair.ResetKeepsTheTableAndReleaseFreesIt"]),
     "extern uint64_t zvq_seq_hash_table_init_size;",
     "extern double zvq_seq_hash_table_load_factor;",
     doc("hash",
@@ -31,7 +31,7 @@ DECLS = [
         args=[("it", "the aggregate or the group iterator of the pair")],
         statuses=[("1 or 0", "free_hash: released now, or nothing left to release")],
         allocates="nothing; gives back the table's blocks, buckets and header and the pair record.",
-        tests=["HashPair.WideKeyTableFreedWithThePair", "HashPair.SizingKeyWidthResetAndBluntRelease"]),
+        tests=["HashPair.WideKeyTableFreedWithThePair", "HashPair.ResetKeepsTheTableAndReleaseFreesIt"]),
     "uint32_t zvq_seq_free_hash(zvq_seq_iterator* it);",
     "void zvq_seq_release_hash(zvq_seq_iterator* it);",
     doc("hash_agg_reset, is_hash_aggreate",
@@ -41,7 +41,7 @@ DECLS = [
         types=[("a record", "status (reset) or uint32_t flag")],
         args=[("it", "the record")],
         statuses=[("SEQ_OK", "reset done"), ("operand's status", "an operand's reset failed")],
-        tests=["HashPair.SizingKeyWidthResetAndBluntRelease"]),
+        tests=["HashPair.ResetKeepsTheTableAndReleaseFreesIt"]),
     "zvq_seq_status zvq_seq_hash_agg_reset(zvq_seq_iterator* it);",
     "uint32_t zvq_seq_is_hash_aggreate(zvq_seq_iterator* it);",
 ]
@@ -53,7 +53,7 @@ NOTES = """
   whose own capacity is larger: the hashes and repeats are the same, only the chunk ends move. Pinned by
   `HashSeq.LimitClampedAtResultCapacity`.
 - The prime ladder of `zvq_int_get_prime_number` has 29 rising primes, each about 2.15 times the one before, from 2 to
-  4067306273. Indexes above 28 give the top rung. Pinned by `HostOperations.PrimeLadderRisesAndIsPure`.
+  4067306273. Indexes above 28 give the top rung. Pinned by `HostOperations.BitmapMemcmpAndStrchr`.
 - A table whose bucket array cannot be allocated at creation gives its 40-byte header back at once. Pinned by
   `HashTable.EveryAllocationFailingGivesNomem`.
 """

@@ -7,6 +7,36 @@
 extern "C" {
 #endif
 
+/**
+ * covariance_T, correlation_T: One double from two operands read in step: the population
+ *   covariance sum((x - mean x)(y - mean y)) / n, or the Pearson correlation, that co-moment over
+ *   the root of the product of the two sums of squared deviations. Values are converted to double,
+ *   signed ones as signed; each overlap of k equal pairs is folded at once by the pairwise formula
+ *   for means and co-moments, and no sum of squares is formed. The first operand to end ends the
+ *   aggregate; the rest of the longer one is not read. One pair gives covariance 0 and correlation
+ *   NaN; a constant operand gives correlation 0 / 0, NaN.
+ *
+ * Types (operand -> result):
+ *   T, T (eleven numeric) -> double
+ * Arguments:
+ *   result: the one-element result
+ *   x: first operand
+ *   y: second operand
+ * Statuses:
+ *   SEQ_TYPE_MISMATCH: constructor: an operand is not T (neither is marked)
+ *   SEQ_ALREADY_BOUND: constructor: checks on and an operand bound (neither is marked)
+ *   SEQ_END: next: an operand empty, or the result already delivered
+ *   operand's status: next: passed up unchanged; the moments are dropped, nothing is published
+ * Prepare/merge: prepare zvq_seq_prepare_aggregate; merge zvq_seq_covariance_T_merge /
+ *   zvq_seq_correlation_T_merge (destination, source) folds the source's count, means and
+ *   co-moments into the destination's by the same pairwise formula and rewrites its result, always
+ *   SEQ_OK: merged parts equal the whole within rounding. An empty source changes nothing; merge
+ *   into a part whose prepare gave SEQ_OK (an empty destination still answers SEQ_END).
+ * Allocates: nothing.
+ * Pinned by: Comoment.NegativeIntegersAreReadAsSigned,
+ *   ComomentFold.RunsOfUnequalLengthsFoldAsTheirElements,
+ *   ComomentMerge.TwoAndFourPartsEqualTheWhole, ComomentInput.EmptyPartsFailuresTypesAndBindings
+ */
 ZVQ_SEQ_API zvq_seq_status zvq_seq_covariance_uint1(zvq_seq_iterator* result, zvq_seq_iterator* x, zvq_seq_iterator* y);
 ZVQ_SEQ_API zvq_seq_status zvq_seq_covariance_uint2(zvq_seq_iterator* result, zvq_seq_iterator* x, zvq_seq_iterator* y);
 ZVQ_SEQ_API zvq_seq_status zvq_seq_covariance_uint4(zvq_seq_iterator* result, zvq_seq_iterator* x, zvq_seq_iterator* y);

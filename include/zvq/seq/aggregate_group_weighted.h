@@ -7,6 +7,34 @@
 extern "C" {
 #endif
 
+/**
+ * group_agg_weighted_avg_T: One double per group of ADJACENT equal keys: sum(w x v) / sum(w) over
+ *   the whole group, the weights w the first operand, the values v the second, the keys the third,
+ *   all read in step. Both sums are taken in double for every type, signed values read as signed,
+ *   a run of n equal pairs adding w x n and w x v x n. Keys of any type compare by their bytes
+ *   (keys of 1, 2, 4 or 8 bytes by their bits: 0.0 and -0.0 differ); a key that comes back later
+ *   opens a new group. The first operand to end ends the sequence and delivers the last group. A
+ *   group whose weights sum to zero gives NaN or an infinity.
+ *
+ * Types (operand -> result):
+ *   weights and values T (eleven numeric), keys of any type -> double
+ * Arguments:
+ *   result: one result per group
+ *   weights: the weights, T
+ *   values: the values, T
+ *   keys: the group keys, any type up to 232 bytes
+ * Statuses:
+ *   SEQ_TYPE_MISMATCH: constructor: weights or values not T, or keys wider than 232 bytes (before
+ *     any operand is marked); next: a key operand grown past 232 bytes
+ *   SEQ_ALREADY_BOUND: constructor: checks on and an operand bound (none is marked)
+ *   SEQ_END: next: an operand exhausted and no group left to deliver
+ *   operand's status: next: passed up; the group in progress is kept
+ * Prepare/merge: no (prepare is null); reset is zvq_seq_reset_ternary_agg_iterator.
+ * Allocates: nothing.
+ * Pinned by: WeightedAvg.DividesByTheWholeGroupsWeight,
+ *   WeightedAvgSigns.NegativeWeightsAndValuesAreSigned, WeightedAvgKeys.CharKeysAndManyGroups,
+ *   WeightedAvgInput.TypesBindingsAndReset
+ */
 ZVQ_SEQ_API zvq_seq_status zvq_seq_group_agg_weighted_avg_uint1(zvq_seq_iterator* result, zvq_seq_iterator* weights, zvq_seq_iterator* values, zvq_seq_iterator* keys);
 ZVQ_SEQ_API zvq_seq_status zvq_seq_group_agg_weighted_avg_uint2(zvq_seq_iterator* result, zvq_seq_iterator* weights, zvq_seq_iterator* values, zvq_seq_iterator* keys);
 ZVQ_SEQ_API zvq_seq_status zvq_seq_group_agg_weighted_avg_uint4(zvq_seq_iterator* result, zvq_seq_iterator* weights, zvq_seq_iterator* values, zvq_seq_iterator* keys);

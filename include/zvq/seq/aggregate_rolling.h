@@ -7,6 +7,49 @@
 extern "C" {
 #endif
 
+/**
+ * rolling_sum_T, rolling_avg_T, rolling_var_T, rolling_std_T: One output per operand element:
+ *   element i is the sum, mean, population variance or standard deviation of elements max(0, i -
+ *   window + 1) .. i, runs expanded (a repeat byte of 0 counts 256), partial windows at the start
+ *   dividing by the elements they hold. Equal outputs leave as one run in repeat bytes of 255:
+ *   once the window holds only one value, a run of it of any length is one step. Integer sums are
+ *   exact in the 64-bit type of sums, wrapping; var and std keep Welford's mean and spread, with
+ *   no sum of squares. A NaN or an infinity counts only while it is in the window: sum and avg are
+ *   then NaN or an infinity, var and std NaN.
+ *
+ * Types (operand -> result):
+ *   int1..int8 -> sum: int8; avg, var, std: double
+ *   uint1..uint8 -> sum: uint8; avg, var, std: double
+ *   datetime -> sum: datetime; avg, var, std: double
+ *   float, double -> double
+ * Arguments:
+ *   result: one output per operand element
+ *   operand: the sequence to roll over
+ *   window: elements, 1 to 2^32
+ * Statuses:
+ *   SEQ_TYPE_MISMATCH: constructor: the operand is not T (it stays free)
+ *   SEQ_ALREADY_BOUND: constructor: checks on and the operand bound
+ *   SEQ_BAD_ARGUMENT: constructor: window 0 or above 2^32, tested after the binding: the operand
+ *     stays bound
+ *   SEQ_NOMEM: next: the window's ring could not grow; the old ring is kept and nothing of the
+ *     call is published
+ *   SEQ_END: next: the operand is exhausted
+ *   operand's status: next: passed up unchanged; the outputs of that call are not published
+ * Prepare/merge: no (prepare is null).
+ * Allocates: the window's runs, a ring of 16-byte (value, count) slots in the record's buffer
+ *   through zvq_seq_malloc: 16 slots at the first element, doubled when full, so memory follows
+ *   the runs held, not window. Released by the record's reset (zvq_seq_rolling_reset) or by
+ *   zvq_seq_free_buffer.
+ * Pinned by: RollingTable.WindowOfThreeOverOneToFive,
+ *   RollingLoop.AgreesWithAPlainLoopOverRandomRuns, RollingRuns.ARepeatByteOfZeroIs256Elements,
+ *   RollingLoop.ResetRewindsAndReleasesTheWindow, RollingMemory.TheWindowHoldsRunsNotItsLength,
+ *   RollingMemory.EveryFailedAllocationIsNomemAndLeaksNothing,
+ *   RollingInput.TypesBindingsWindowsAndFailures, RollingTable.SignedValuesAndWideSums,
+ *   RollingRuns.ARunLongerThanTheWindowIsOneOutputRun,
+ *   RollingRuns.DrainingARunOfAnotherValueMovesPerElementThenSettles,
+ *   RollingFloat.NonFiniteValuesLeaveTheWindowWithTheirElement,
+ *   RollingFloat.VarianceOfLargeCloseValuesKeepsItsDigits
+ */
 ZVQ_SEQ_API zvq_seq_status zvq_seq_rolling_sum_uint1(zvq_seq_iterator* result, zvq_seq_iterator* operand, uint64_t window);
 ZVQ_SEQ_API zvq_seq_status zvq_seq_rolling_sum_uint2(zvq_seq_iterator* result, zvq_seq_iterator* operand, uint64_t window);
 ZVQ_SEQ_API zvq_seq_status zvq_seq_rolling_sum_uint4(zvq_seq_iterator* result, zvq_seq_iterator* operand, uint64_t window);
@@ -29,28 +72,6 @@ ZVQ_SEQ_API zvq_seq_status zvq_seq_rolling_avg_int8(zvq_seq_iterator* result, zv
 ZVQ_SEQ_API zvq_seq_status zvq_seq_rolling_avg_float(zvq_seq_iterator* result, zvq_seq_iterator* operand, uint64_t window);
 ZVQ_SEQ_API zvq_seq_status zvq_seq_rolling_avg_double(zvq_seq_iterator* result, zvq_seq_iterator* operand, uint64_t window);
 ZVQ_SEQ_API zvq_seq_status zvq_seq_rolling_avg_datetime(zvq_seq_iterator* result, zvq_seq_iterator* operand, uint64_t window);
-ZVQ_SEQ_API zvq_seq_status zvq_seq_rolling_min_uint1(zvq_seq_iterator* result, zvq_seq_iterator* operand, uint64_t window);
-ZVQ_SEQ_API zvq_seq_status zvq_seq_rolling_min_uint2(zvq_seq_iterator* result, zvq_seq_iterator* operand, uint64_t window);
-ZVQ_SEQ_API zvq_seq_status zvq_seq_rolling_min_uint4(zvq_seq_iterator* result, zvq_seq_iterator* operand, uint64_t window);
-ZVQ_SEQ_API zvq_seq_status zvq_seq_rolling_min_uint8(zvq_seq_iterator* result, zvq_seq_iterator* operand, uint64_t window);
-ZVQ_SEQ_API zvq_seq_status zvq_seq_rolling_min_int1(zvq_seq_iterator* result, zvq_seq_iterator* operand, uint64_t window);
-ZVQ_SEQ_API zvq_seq_status zvq_seq_rolling_min_int2(zvq_seq_iterator* result, zvq_seq_iterator* operand, uint64_t window);
-ZVQ_SEQ_API zvq_seq_status zvq_seq_rolling_min_int4(zvq_seq_iterator* result, zvq_seq_iterator* operand, uint64_t window);
-ZVQ_SEQ_API zvq_seq_status zvq_seq_rolling_min_int8(zvq_seq_iterator* result, zvq_seq_iterator* operand, uint64_t window);
-ZVQ_SEQ_API zvq_seq_status zvq_seq_rolling_min_float(zvq_seq_iterator* result, zvq_seq_iterator* operand, uint64_t window);
-ZVQ_SEQ_API zvq_seq_status zvq_seq_rolling_min_double(zvq_seq_iterator* result, zvq_seq_iterator* operand, uint64_t window);
-ZVQ_SEQ_API zvq_seq_status zvq_seq_rolling_min_datetime(zvq_seq_iterator* result, zvq_seq_iterator* operand, uint64_t window);
-ZVQ_SEQ_API zvq_seq_status zvq_seq_rolling_max_uint1(zvq_seq_iterator* result, zvq_seq_iterator* operand, uint64_t window);
-ZVQ_SEQ_API zvq_seq_status zvq_seq_rolling_max_uint2(zvq_seq_iterator* result, zvq_seq_iterator* operand, uint64_t window);
-ZVQ_SEQ_API zvq_seq_status zvq_seq_rolling_max_uint4(zvq_seq_iterator* result, zvq_seq_iterator* operand, uint64_t window);
-ZVQ_SEQ_API zvq_seq_status zvq_seq_rolling_max_uint8(zvq_seq_iterator* result, zvq_seq_iterator* operand, uint64_t window);
-ZVQ_SEQ_API zvq_seq_status zvq_seq_rolling_max_int1(zvq_seq_iterator* result, zvq_seq_iterator* operand, uint64_t window);
-ZVQ_SEQ_API zvq_seq_status zvq_seq_rolling_max_int2(zvq_seq_iterator* result, zvq_seq_iterator* operand, uint64_t window);
-ZVQ_SEQ_API zvq_seq_status zvq_seq_rolling_max_int4(zvq_seq_iterator* result, zvq_seq_iterator* operand, uint64_t window);
-ZVQ_SEQ_API zvq_seq_status zvq_seq_rolling_max_int8(zvq_seq_iterator* result, zvq_seq_iterator* operand, uint64_t window);
-ZVQ_SEQ_API zvq_seq_status zvq_seq_rolling_max_float(zvq_seq_iterator* result, zvq_seq_iterator* operand, uint64_t window);
-ZVQ_SEQ_API zvq_seq_status zvq_seq_rolling_max_double(zvq_seq_iterator* result, zvq_seq_iterator* operand, uint64_t window);
-ZVQ_SEQ_API zvq_seq_status zvq_seq_rolling_max_datetime(zvq_seq_iterator* result, zvq_seq_iterator* operand, uint64_t window);
 ZVQ_SEQ_API zvq_seq_status zvq_seq_rolling_var_uint1(zvq_seq_iterator* result, zvq_seq_iterator* operand, uint64_t window);
 ZVQ_SEQ_API zvq_seq_status zvq_seq_rolling_var_uint2(zvq_seq_iterator* result, zvq_seq_iterator* operand, uint64_t window);
 ZVQ_SEQ_API zvq_seq_status zvq_seq_rolling_var_uint4(zvq_seq_iterator* result, zvq_seq_iterator* operand, uint64_t window);
@@ -95,28 +116,6 @@ ZVQ_SEQ_API zvq_seq_status zvq_seq_rolling_avg_int8_next(zvq_seq_iterator* it);
 ZVQ_SEQ_API zvq_seq_status zvq_seq_rolling_avg_float_next(zvq_seq_iterator* it);
 ZVQ_SEQ_API zvq_seq_status zvq_seq_rolling_avg_double_next(zvq_seq_iterator* it);
 ZVQ_SEQ_API zvq_seq_status zvq_seq_rolling_avg_datetime_next(zvq_seq_iterator* it);
-ZVQ_SEQ_API zvq_seq_status zvq_seq_rolling_min_uint1_next(zvq_seq_iterator* it);
-ZVQ_SEQ_API zvq_seq_status zvq_seq_rolling_min_uint2_next(zvq_seq_iterator* it);
-ZVQ_SEQ_API zvq_seq_status zvq_seq_rolling_min_uint4_next(zvq_seq_iterator* it);
-ZVQ_SEQ_API zvq_seq_status zvq_seq_rolling_min_uint8_next(zvq_seq_iterator* it);
-ZVQ_SEQ_API zvq_seq_status zvq_seq_rolling_min_int1_next(zvq_seq_iterator* it);
-ZVQ_SEQ_API zvq_seq_status zvq_seq_rolling_min_int2_next(zvq_seq_iterator* it);
-ZVQ_SEQ_API zvq_seq_status zvq_seq_rolling_min_int4_next(zvq_seq_iterator* it);
-ZVQ_SEQ_API zvq_seq_status zvq_seq_rolling_min_int8_next(zvq_seq_iterator* it);
-ZVQ_SEQ_API zvq_seq_status zvq_seq_rolling_min_float_next(zvq_seq_iterator* it);
-ZVQ_SEQ_API zvq_seq_status zvq_seq_rolling_min_double_next(zvq_seq_iterator* it);
-ZVQ_SEQ_API zvq_seq_status zvq_seq_rolling_min_datetime_next(zvq_seq_iterator* it);
-ZVQ_SEQ_API zvq_seq_status zvq_seq_rolling_max_uint1_next(zvq_seq_iterator* it);
-ZVQ_SEQ_API zvq_seq_status zvq_seq_rolling_max_uint2_next(zvq_seq_iterator* it);
-ZVQ_SEQ_API zvq_seq_status zvq_seq_rolling_max_uint4_next(zvq_seq_iterator* it);
-ZVQ_SEQ_API zvq_seq_status zvq_seq_rolling_max_uint8_next(zvq_seq_iterator* it);
-ZVQ_SEQ_API zvq_seq_status zvq_seq_rolling_max_int1_next(zvq_seq_iterator* it);
-ZVQ_SEQ_API zvq_seq_status zvq_seq_rolling_max_int2_next(zvq_seq_iterator* it);
-ZVQ_SEQ_API zvq_seq_status zvq_seq_rolling_max_int4_next(zvq_seq_iterator* it);
-ZVQ_SEQ_API zvq_seq_status zvq_seq_rolling_max_int8_next(zvq_seq_iterator* it);
-ZVQ_SEQ_API zvq_seq_status zvq_seq_rolling_max_float_next(zvq_seq_iterator* it);
-ZVQ_SEQ_API zvq_seq_status zvq_seq_rolling_max_double_next(zvq_seq_iterator* it);
-ZVQ_SEQ_API zvq_seq_status zvq_seq_rolling_max_datetime_next(zvq_seq_iterator* it);
 ZVQ_SEQ_API zvq_seq_status zvq_seq_rolling_var_uint1_next(zvq_seq_iterator* it);
 ZVQ_SEQ_API zvq_seq_status zvq_seq_rolling_var_uint2_next(zvq_seq_iterator* it);
 ZVQ_SEQ_API zvq_seq_status zvq_seq_rolling_var_uint4_next(zvq_seq_iterator* it);
@@ -139,6 +138,106 @@ ZVQ_SEQ_API zvq_seq_status zvq_seq_rolling_std_int8_next(zvq_seq_iterator* it);
 ZVQ_SEQ_API zvq_seq_status zvq_seq_rolling_std_float_next(zvq_seq_iterator* it);
 ZVQ_SEQ_API zvq_seq_status zvq_seq_rolling_std_double_next(zvq_seq_iterator* it);
 ZVQ_SEQ_API zvq_seq_status zvq_seq_rolling_std_datetime_next(zvq_seq_iterator* it);
+
+/**
+ * rolling_min_T, rolling_max_T: One output per operand element: element i is the least (greatest)
+ *   of elements max(0, i - window + 1) .. i, runs expanded, kept as a queue of runs whose values
+ *   strictly rise (fall) from the front; each run enters and leaves once and an output stretch
+ *   ends only where the front leaves the window, so the cost is amortised one step per run. NaN
+ *   never enters the queue: a window with numbers and NaN gives the extreme of the numbers, a
+ *   window of NaN alone gives NaN.
+ *
+ * Types (operand -> result):
+ *   T (eleven numeric) -> T
+ * Arguments:
+ *   result: one output per operand element
+ *   operand: the sequence to roll over
+ *   window: elements, 1 to 2^32
+ * Statuses:
+ *   SEQ_TYPE_MISMATCH: constructor: the operand is not T (it stays free)
+ *   SEQ_ALREADY_BOUND: constructor: checks on and the operand bound
+ *   SEQ_BAD_ARGUMENT: constructor: window 0 or above 2^32, tested after the binding: the operand
+ *     stays bound
+ *   SEQ_NOMEM: next: the window's ring could not grow; the old ring is kept and nothing of the
+ *     call is published
+ *   SEQ_END: next: the operand is exhausted
+ *   operand's status: next: passed up unchanged; the outputs of that call are not published
+ * Prepare/merge: no (prepare is null).
+ * Allocates: the window's runs, a ring of 16-byte (value, count) slots in the record's buffer
+ *   through zvq_seq_malloc: 16 slots at the first element, doubled when full, so memory follows
+ *   the runs held, not window. Released by the record's reset (zvq_seq_rolling_reset) or by
+ *   zvq_seq_free_buffer. The queue holds only the runs that can still become the extreme: every
+ *   run of a falling stretch for max (a rising one for min), one run for a constant column.
+ * Pinned by: RollingTable.WindowOfThreeOverOneToFive,
+ *   RollingLoop.AgreesWithAPlainLoopOverRandomRuns, RollingRuns.ARepeatByteOfZeroIs256Elements,
+ *   RollingLoop.ResetRewindsAndReleasesTheWindow, RollingMemory.TheWindowHoldsRunsNotItsLength,
+ *   RollingMemory.EveryFailedAllocationIsNomemAndLeaksNothing,
+ *   RollingInput.TypesBindingsWindowsAndFailures, RollingTable.SignedValuesAndWideSums,
+ *   RollingRuns.DrainingARunOfAnotherValueMovesPerElementThenSettles,
+ *   RollingFloat.NonFiniteValuesLeaveTheWindowWithTheirElement
+ */
+ZVQ_SEQ_API zvq_seq_status zvq_seq_rolling_min_uint1(zvq_seq_iterator* result, zvq_seq_iterator* operand, uint64_t window);
+ZVQ_SEQ_API zvq_seq_status zvq_seq_rolling_min_uint2(zvq_seq_iterator* result, zvq_seq_iterator* operand, uint64_t window);
+ZVQ_SEQ_API zvq_seq_status zvq_seq_rolling_min_uint4(zvq_seq_iterator* result, zvq_seq_iterator* operand, uint64_t window);
+ZVQ_SEQ_API zvq_seq_status zvq_seq_rolling_min_uint8(zvq_seq_iterator* result, zvq_seq_iterator* operand, uint64_t window);
+ZVQ_SEQ_API zvq_seq_status zvq_seq_rolling_min_int1(zvq_seq_iterator* result, zvq_seq_iterator* operand, uint64_t window);
+ZVQ_SEQ_API zvq_seq_status zvq_seq_rolling_min_int2(zvq_seq_iterator* result, zvq_seq_iterator* operand, uint64_t window);
+ZVQ_SEQ_API zvq_seq_status zvq_seq_rolling_min_int4(zvq_seq_iterator* result, zvq_seq_iterator* operand, uint64_t window);
+ZVQ_SEQ_API zvq_seq_status zvq_seq_rolling_min_int8(zvq_seq_iterator* result, zvq_seq_iterator* operand, uint64_t window);
+ZVQ_SEQ_API zvq_seq_status zvq_seq_rolling_min_float(zvq_seq_iterator* result, zvq_seq_iterator* operand, uint64_t window);
+ZVQ_SEQ_API zvq_seq_status zvq_seq_rolling_min_double(zvq_seq_iterator* result, zvq_seq_iterator* operand, uint64_t window);
+ZVQ_SEQ_API zvq_seq_status zvq_seq_rolling_min_datetime(zvq_seq_iterator* result, zvq_seq_iterator* operand, uint64_t window);
+ZVQ_SEQ_API zvq_seq_status zvq_seq_rolling_max_uint1(zvq_seq_iterator* result, zvq_seq_iterator* operand, uint64_t window);
+ZVQ_SEQ_API zvq_seq_status zvq_seq_rolling_max_uint2(zvq_seq_iterator* result, zvq_seq_iterator* operand, uint64_t window);
+ZVQ_SEQ_API zvq_seq_status zvq_seq_rolling_max_uint4(zvq_seq_iterator* result, zvq_seq_iterator* operand, uint64_t window);
+ZVQ_SEQ_API zvq_seq_status zvq_seq_rolling_max_uint8(zvq_seq_iterator* result, zvq_seq_iterator* operand, uint64_t window);
+ZVQ_SEQ_API zvq_seq_status zvq_seq_rolling_max_int1(zvq_seq_iterator* result, zvq_seq_iterator* operand, uint64_t window);
+ZVQ_SEQ_API zvq_seq_status zvq_seq_rolling_max_int2(zvq_seq_iterator* result, zvq_seq_iterator* operand, uint64_t window);
+ZVQ_SEQ_API zvq_seq_status zvq_seq_rolling_max_int4(zvq_seq_iterator* result, zvq_seq_iterator* operand, uint64_t window);
+ZVQ_SEQ_API zvq_seq_status zvq_seq_rolling_max_int8(zvq_seq_iterator* result, zvq_seq_iterator* operand, uint64_t window);
+ZVQ_SEQ_API zvq_seq_status zvq_seq_rolling_max_float(zvq_seq_iterator* result, zvq_seq_iterator* operand, uint64_t window);
+ZVQ_SEQ_API zvq_seq_status zvq_seq_rolling_max_double(zvq_seq_iterator* result, zvq_seq_iterator* operand, uint64_t window);
+ZVQ_SEQ_API zvq_seq_status zvq_seq_rolling_max_datetime(zvq_seq_iterator* result, zvq_seq_iterator* operand, uint64_t window);
+ZVQ_SEQ_API zvq_seq_status zvq_seq_rolling_min_uint1_next(zvq_seq_iterator* it);
+ZVQ_SEQ_API zvq_seq_status zvq_seq_rolling_min_uint2_next(zvq_seq_iterator* it);
+ZVQ_SEQ_API zvq_seq_status zvq_seq_rolling_min_uint4_next(zvq_seq_iterator* it);
+ZVQ_SEQ_API zvq_seq_status zvq_seq_rolling_min_uint8_next(zvq_seq_iterator* it);
+ZVQ_SEQ_API zvq_seq_status zvq_seq_rolling_min_int1_next(zvq_seq_iterator* it);
+ZVQ_SEQ_API zvq_seq_status zvq_seq_rolling_min_int2_next(zvq_seq_iterator* it);
+ZVQ_SEQ_API zvq_seq_status zvq_seq_rolling_min_int4_next(zvq_seq_iterator* it);
+ZVQ_SEQ_API zvq_seq_status zvq_seq_rolling_min_int8_next(zvq_seq_iterator* it);
+ZVQ_SEQ_API zvq_seq_status zvq_seq_rolling_min_float_next(zvq_seq_iterator* it);
+ZVQ_SEQ_API zvq_seq_status zvq_seq_rolling_min_double_next(zvq_seq_iterator* it);
+ZVQ_SEQ_API zvq_seq_status zvq_seq_rolling_min_datetime_next(zvq_seq_iterator* it);
+ZVQ_SEQ_API zvq_seq_status zvq_seq_rolling_max_uint1_next(zvq_seq_iterator* it);
+ZVQ_SEQ_API zvq_seq_status zvq_seq_rolling_max_uint2_next(zvq_seq_iterator* it);
+ZVQ_SEQ_API zvq_seq_status zvq_seq_rolling_max_uint4_next(zvq_seq_iterator* it);
+ZVQ_SEQ_API zvq_seq_status zvq_seq_rolling_max_uint8_next(zvq_seq_iterator* it);
+ZVQ_SEQ_API zvq_seq_status zvq_seq_rolling_max_int1_next(zvq_seq_iterator* it);
+ZVQ_SEQ_API zvq_seq_status zvq_seq_rolling_max_int2_next(zvq_seq_iterator* it);
+ZVQ_SEQ_API zvq_seq_status zvq_seq_rolling_max_int4_next(zvq_seq_iterator* it);
+ZVQ_SEQ_API zvq_seq_status zvq_seq_rolling_max_int8_next(zvq_seq_iterator* it);
+ZVQ_SEQ_API zvq_seq_status zvq_seq_rolling_max_float_next(zvq_seq_iterator* it);
+ZVQ_SEQ_API zvq_seq_status zvq_seq_rolling_max_double_next(zvq_seq_iterator* it);
+ZVQ_SEQ_API zvq_seq_status zvq_seq_rolling_max_datetime_next(zvq_seq_iterator* it);
+
+/**
+ * rolling_reset: The reset of every rolling record: gives the window's ring back
+ *   (zvq_seq_free_buffer), empties the window (its length is kept), then rewinds the operand and
+ *   the record.
+ *
+ * Types (operand -> result):
+ *   any rolling record -> the record itself
+ * Arguments:
+ *   it: the rolling record
+ * Statuses:
+ *   SEQ_OK: done
+ *   operand's status: the operand's reset failed: passed up unchanged
+ * Prepare/merge: no.
+ * Allocates: nothing.
+ * Pinned by: RollingLoop.ResetRewindsAndReleasesTheWindow,
+ *   RollingMemory.EveryFailedAllocationIsNomemAndLeaksNothing
+ */
 ZVQ_SEQ_API zvq_seq_status zvq_seq_rolling_reset(zvq_seq_iterator* it);
 
 #ifdef __cplusplus

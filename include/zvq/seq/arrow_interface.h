@@ -81,7 +81,83 @@ struct ArrowArray {
  * of the tree: nothing is kept and both release callbacks are null.
  */
 
+/**
+ * from_arrow: A source over an Arrow array, read in place. The constructor checks everything the
+ *   refills will read; the refills then read the array's buffers and nothing else. A plain array
+ *   is served with equal neighbours (by bits) folded into runs of up to 255, as zvq_seq_encode_T
+ *   serves one; a run-end encoded array (+r) serves each run as runs of up to 255, never expanded,
+ *   so an operator above pays per run. The caller keeps schema and array alive until the tree is
+ *   done and releases them itself. next_pos counts elements; the length is known without reading
+ *   (zvq_seq_agg_count answers at once), and a reset rewinds to the slice's start.
+ *
+ * Types (operand -> result):
+ *   c s i l -> int1 int2 int4 int8
+ *   C S I L -> uint1 uint2 uint4 uint8
+ *   f g -> float double
+ *   b (bits, from any bit offset) -> uint1, 0 or 1
+ *   tss: tsm: tsu: tsn: (any time zone) -> datetime: nanoseconds since the Unix epoch
+ *   w:N, N from 1 to 4095 -> char of width N
+ *   +r with run ends s, i or l over any of the above -> the values' type
+ * Arguments:
+ *   result: the source
+ *   schema: the array's type: format and, for +r, two children
+ *   array: the data: length, offset, buffers and, for +r, run ends and values as children
+ * Statuses:
+ *   SEQ_BAD_ARGUMENT: constructor: a null or released schema or array, or a null format; a
+ *     negative length or offset (or one of 2^62 or more); buffer or child counts that disagree
+ *     with the format (a leaf: two buffers, no children; +r: no buffers, two children); a
+ *     non-empty leaf without a data buffer; run ends not strictly rising from above 0; fewer
+ *     values than run ends; offset + length beyond the last run end
+ *   SEQ_NOT_SUPPORTED: constructor: nulls (null_count not 0; -1 counts as none only where a leaf's
+ *     validity buffer is null), a dictionary, any other format, run ends of another format
+ *   SEQ_END: next: the array is delivered (at once for an empty one)
+ * Prepare/merge: no.
+ * Allocates: nothing.
+ * Pinned by: FromArrow.EachPrimitiveFormatWithAnOffset, FromArrow.BooleansUnpackFromAnyBitOffset,
+ *   FromArrow.TimestampsBecomeNanosecondsSinceTheEpoch,
+ *   FromArrow.FixedSizeBinaryIsCharOfThatWidth,
+ *   FromArrow.RunEndEncodedRunsStayRunsForEveryEndWidth,
+ *   FromArrow.RunEndEncodedOffsetsOfParentAndChildren, FromArrow.RunEndEncodedBooleansAndBytes,
+ *   FromArrow.EmptyArraysEndAtOnce, FromArrow.RefusalsBindNothing
+ */
 ZVQ_SEQ_API zvq_seq_status zvq_seq_from_arrow(zvq_seq_iterator* result, const struct ArrowSchema* schema, const struct ArrowArray* array);
+
+/**
+ * to_arrow: Reads root to its end, from where its reader stands, into a new Arrow array that the
+ *   caller owns: a plain array, or with ZVQ_SEQ_ARROW_RUN_END in flags a run-end encoded one (+r;
+ *   children run_ends, format l, and values) in which neighbouring equal runs (by bits, so also
+ *   the pieces of one long run) become one run. No validity buffer, null_count 0, offset 0; every
+ *   data buffer is 64-byte aligned, and an empty result still has one. Release the array and the
+ *   schema with their release callbacks; a child may be moved out and released apart from its
+ *   parent.
+ *
+ * Types (operand -> result):
+ *   int1 int2 int4 int8 -> c s i l
+ *   uint1 uint2 uint4 uint8 -> C S I L
+ *   float double -> f g
+ *   datetime -> tsn: (no time zone)
+ *   char of width N -> w:N
+ *   any of these, with ZVQ_SEQ_ARROW_RUN_END -> +r: int64 run ends, values in the format above
+ * Arguments:
+ *   root: the tree, read to its end
+ *   schema_out, array_out: written by the call; after any failure but SEQ_BAD_ARGUMENT both
+ *     release callbacks are null and nothing is kept
+ *   flags: 0, or ZVQ_SEQ_ARROW_RUN_END
+ * Statuses:
+ *   SEQ_BAD_ARGUMENT: root, schema_out or array_out null: nothing written
+ *   SEQ_TYPE_MISMATCH: root of no known element type, or char of width 0
+ *   SEQ_ALREADY_BOUND: checks on and root bound (an operand of another operator)
+ *   SEQ_NOMEM: an allocation failed
+ *   the tree's status: passed up unchanged; root has been read up to it
+ * Prepare/merge: no.
+ * Allocates: one block per array node, per schema node and per data buffer, through zvq_seq_malloc
+ *   with a null context (they outlive the tree); each release callback frees its own through
+ *   zvq_seq_free.
+ * Pinned by: ToArrow.PlainDoublesFromRunsOwnedByTheCaller,
+ *   ToArrow.RunEndEncodedMergesEqualNeighbours, ToArrow.ChildrenReleaseApartFromTheirParent,
+ *   ToArrow.FormatsOfEveryTypeReadBack, ToArrow.StartsWhereTheReaderStandsAndEmptyHasABuffer,
+ *   ToArrow.EachFailedAllocationReleasesEverything, ToArrow.TreeFailuresBindingAndTypes
+ */
 ZVQ_SEQ_API zvq_seq_status zvq_seq_to_arrow(zvq_seq_iterator* root, struct ArrowSchema* schema_out, struct ArrowArray* array_out, uint32_t flags);
 
 #ifdef __cplusplus

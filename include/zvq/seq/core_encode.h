@@ -7,6 +7,34 @@
 extern "C" {
 #endif
 
+/**
+ * encode_T: A source over count elements of the caller's array that folds equal neighbours into
+ *   runs of up to 255, compared by bits (-0.0 and 0.0 stay apart, a NaN folds with the same NaN);
+ *   a longer stretch goes on in a run of the same value, and a chunk holds up to the capacity of T
+ *   runs. The array is read in place, not copied, and must outlive the record. next_pos counts
+ *   elements; the length is known without reading (zvq_seq_agg_count answers at once), and a reset
+ *   rewinds.
+ *
+ * Types (operand -> result):
+ *   array of T (eleven numeric) -> T
+ *   char: count x width bytes -> char of width bytes
+ * Arguments:
+ *   result: the source
+ *   items: the caller's array; may be null when count is 0
+ *   count: elements
+ *   width: char only: bytes per element, 1 to 4095
+ * Statuses:
+ *   SEQ_OK: constructor: constructed
+ *   SEQ_TYPE_MISMATCH: constructor (char): width above 4095
+ *   SEQ_BAD_ARGUMENT: constructor: width 0 (char), or items null with count above 0 (the record is
+ *     left as it was)
+ *   SEQ_END: next: all count elements delivered (at once for count 0)
+ * Prepare/merge: no.
+ * Allocates: nothing.
+ * Pinned by: EncodeOf.ReadsBackWithStretchesFoldedAcrossChunks, Encode.ExactRunsAndChunkEdges,
+ *   Encode.MixedStretchesFoldExactly, Encode.FoldsByBitsNotByValue, Encode.CharEmptyAndRefusals,
+ *   Encode.CountedWithoutReading
+ */
 ZVQ_SEQ_API zvq_seq_status zvq_seq_encode_uint1(zvq_seq_iterator* result, const uint8_t* items, uint64_t count);
 ZVQ_SEQ_API zvq_seq_status zvq_seq_encode_uint2(zvq_seq_iterator* result, const uint16_t* items, uint64_t count);
 ZVQ_SEQ_API zvq_seq_status zvq_seq_encode_uint4(zvq_seq_iterator* result, const uint32_t* items, uint64_t count);
@@ -19,6 +47,36 @@ ZVQ_SEQ_API zvq_seq_status zvq_seq_encode_float(zvq_seq_iterator* result, const 
 ZVQ_SEQ_API zvq_seq_status zvq_seq_encode_double(zvq_seq_iterator* result, const double* items, uint64_t count);
 ZVQ_SEQ_API zvq_seq_status zvq_seq_encode_datetime(zvq_seq_iterator* result, const zvq_seq_datetime* items, uint64_t count);
 ZVQ_SEQ_API zvq_seq_status zvq_seq_encode_char(zvq_seq_iterator* result, const char* items, uint64_t count, uint16_t width);
+
+/**
+ * unget_runs_T: A source over run-end encoded runs: run k has the value values[k] and ends before
+ *   element run_ends[k], so the ends are cumulative. A run longer than 255 is served as several
+ *   runs of the same value (10,000 elements are 40 runs), so an operator above pays per run, not
+ *   per element. Nothing is copied; both arrays must outlive the record. next_pos counts elements;
+ *   the length (the last run end) is known without reading, and a reset rewinds.
+ *
+ * Types (operand -> result):
+ *   values of T (eleven numeric) -> T
+ *   char: run_count x width bytes -> char of width bytes
+ * Arguments:
+ *   result: the source
+ *   values: one value per run, the caller's
+ *   run_ends: cumulative ends, strictly rising from above 0, the caller's
+ *   run_count: runs
+ *   width: char only: bytes per value, 1 to 4095
+ * Statuses:
+ *   SEQ_OK: constructor: constructed
+ *   SEQ_TYPE_MISMATCH: constructor (char): width above 4095
+ *   SEQ_BAD_ARGUMENT: constructor: width 0 (char), values or run_ends null with run_count above 0,
+ *     or an end not above the one before it (the first not above 0); the record is left as it was
+ *   SEQ_END: next: the last run end reached (at once for run_count 0)
+ * Prepare/merge: no.
+ * Allocates: nothing.
+ * Pinned by: EncodeOf.UngetRunsReadsBackCuttingLongRuns,
+ *   UngetRuns.LongRunIsFortyPiecesAndSumCostsPerRun, UngetRuns.ResetMidwayAndReadingByElements,
+ *   UngetRuns.RefusesEndsThatDoNotRiseAndBindsNothing, UngetRuns.CharWidthAfterValues,
+ *   Encode.CountedWithoutReading
+ */
 ZVQ_SEQ_API zvq_seq_status zvq_seq_unget_runs_uint1(zvq_seq_iterator* result, const uint8_t* values, const uint64_t* run_ends, uint64_t run_count);
 ZVQ_SEQ_API zvq_seq_status zvq_seq_unget_runs_uint2(zvq_seq_iterator* result, const uint16_t* values, const uint64_t* run_ends, uint64_t run_count);
 ZVQ_SEQ_API zvq_seq_status zvq_seq_unget_runs_uint4(zvq_seq_iterator* result, const uint32_t* values, const uint64_t* run_ends, uint64_t run_count);

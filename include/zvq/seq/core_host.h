@@ -79,7 +79,7 @@ ZVQ_SEQ_API char* zvq_strchr(const char* text, int character);
  *   none: always returns a prime
  * Prepare/merge: no.
  * Allocates: nothing.
- * Pinned by: HostOperations.PrimeLadderRisesAndIsPure
+ * Pinned by: HashTable.InsertFindAndGrowth
  */
 ZVQ_SEQ_API uint64_t zvq_int_get_prime_number(uint32_t index);
 

@@ -23,8 +23,8 @@ extern "C" {
  *   SEQ_TYPE_MISMATCH: const_char with a width above 288 (the value lives in the record)
  * Prepare/merge: no.
  * Allocates: nothing.
- * Pinned by: Const.FillsOnceAndCountsCapacityTimes255,
- *   Const.CharCopiesTheWidthAndRejectsWhatStateCannotHold
+ * Pinned by: RoundTrip.UngetGetNextConst,
+ *   RoundTrip.CharStridesByItsWidthAndConstRejectsWhatStateCannotHold
  */
 ZVQ_SEQ_API zvq_seq_status zvq_seq_const_uint1(zvq_seq_iterator* result, uint8_t value);
 ZVQ_SEQ_API zvq_seq_status zvq_seq_const_uint2(zvq_seq_iterator* result, uint16_t value);
@@ -71,7 +71,7 @@ ZVQ_SEQ_API zvq_seq_status zvq_seq_const_next_char(zvq_seq_iterator* it);
  * Allocates: nothing.
  * Caution: every element is its own run, so 1,000 equal values cost 1,000 steps downstream; the
  *   run-folding source is zvq_seq_encode_T (or zvq_seq_unget_runs_T for run-end arrays).
- * Pinned by: Unget.ChunksOfCapacityThenEndAndEmpty
+ * Pinned by: RoundTrip.UngetGetNextConst
  */
 ZVQ_SEQ_API zvq_seq_status zvq_seq_unget_uint1(zvq_seq_iterator* result, const uint8_t* items, uint64_t count);
 ZVQ_SEQ_API zvq_seq_status zvq_seq_unget_uint2(zvq_seq_iterator* result, const uint16_t* items, uint64_t count);
@@ -152,8 +152,8 @@ ZVQ_SEQ_API zvq_seq_status zvq_seq_meta_iterator_reset(zvq_seq_iterator* it);
  *   operand's status: next: passed up unchanged
  * Prepare/merge: no.
  * Allocates: nothing.
- * Pinned by: Thin.TakesEveryStepthElement, Thin.WithinLongRunsAndAcrossSkippedChunks,
- *   Thin.StepZeroRepeatsTheStartElement
+ * Pinned by: Plumbing.RunsInRunsOut,
+ *   Plumbing.ThinStepZeroRepeatsTheStartAndRepeatMultipliesInEightBits
  */
 ZVQ_SEQ_API zvq_seq_status zvq_seq_thin_uint1(zvq_seq_iterator* result, zvq_seq_iterator* operand, uint64_t start, uint64_t step);
 ZVQ_SEQ_API zvq_seq_status zvq_seq_thin_uint2(zvq_seq_iterator* result, zvq_seq_iterator* operand, uint64_t start, uint64_t step);
@@ -199,7 +199,8 @@ ZVQ_SEQ_API zvq_seq_status zvq_seq_thin_char_next(zvq_seq_iterator* it);
  * Allocates: nothing.
  * Caution: the repeat byte wraps at 256: repeating a run of 255 twice gives a run of 254, not 510,
  *   and zvq_seq_get_T then delivers fewer elements than next_pos promises.
- * Pinned by: Repeat.MultipliesRepeatBytesInEightBits, Repeat.NegativeCountIsSignExtended
+ * Pinned by: Plumbing.ThinStepZeroRepeatsTheStartAndRepeatMultipliesInEightBits,
+ *   Plumbing.RunsInRunsOut
  */
 ZVQ_SEQ_API zvq_seq_status zvq_seq_repeat_uint1(zvq_seq_iterator* result, zvq_seq_iterator* operand, int32_t count);
 ZVQ_SEQ_API zvq_seq_status zvq_seq_repeat_uint2(zvq_seq_iterator* result, zvq_seq_iterator* operand, int32_t count);
@@ -245,8 +246,7 @@ ZVQ_SEQ_API zvq_seq_status zvq_seq_reset_repeat_iterator(zvq_seq_iterator* it);
  *   operand's status: passed up unchanged
  * Prepare/merge: no.
  * Allocates: nothing.
- * Pinned by: Limit.CutsTheFirstAndLastRun, Limit.RangesOverChunks,
- *   Limit.OverAnotherLimitCountsFromItsFirstPosition
+ * Pinned by: Plumbing.RunsInRunsOut
  */
 ZVQ_SEQ_API zvq_seq_status zvq_seq_limit(zvq_seq_iterator* result, zvq_seq_iterator* operand, uint64_t from, uint64_t to);
 ZVQ_SEQ_API zvq_seq_status zvq_seq_limit_next(zvq_seq_iterator* it);
@@ -269,7 +269,8 @@ ZVQ_SEQ_API zvq_seq_status zvq_seq_limit_next(zvq_seq_iterator* it);
  * Allocates: nothing.
  * Caution: readers at different rates lose data silently: gt and filter over one tee of 1..1000
  *   average 499.8, not 749.5; use zvq_seq_split, which queues what one reader pulled ahead.
- * Pinned by: Tee.BehindReaderJumpsToTheTwinsChunk, Tee.OnlyTheSourceIsBindingTested
+ * Pinned by: Plumbing.TeeBehindReaderJumpsToTheTwinsChunkAndConcatPassesChunks,
+ *   Constructors.EveryPlumbingConstructorTestsAndMarksBindings
  */
 ZVQ_SEQ_API zvq_seq_status zvq_seq_tee(zvq_seq_iterator* first, zvq_seq_iterator* second, zvq_seq_iterator* source);
 ZVQ_SEQ_API zvq_seq_status zvq_seq_tee_next(zvq_seq_iterator* it);
@@ -292,7 +293,8 @@ ZVQ_SEQ_API zvq_seq_status zvq_seq_reset_tee_iterator(zvq_seq_iterator* it);
  *   operand's status: passed up unchanged
  * Prepare/merge: no.
  * Allocates: nothing.
- * Pinned by: Concat.ChunksPassAsTheyAre, Concat.TypesMustMatchAndFailuresPassUp
+ * Pinned by: Plumbing.TeeBehindReaderJumpsToTheTwinsChunkAndConcatPassesChunks,
+ *   Constructors.EveryPlumbingConstructorTestsAndMarksBindings
  */
 ZVQ_SEQ_API zvq_seq_status zvq_seq_concat(zvq_seq_iterator* result, zvq_seq_iterator* first, zvq_seq_iterator* second);
 ZVQ_SEQ_API zvq_seq_status zvq_seq_concat_next(zvq_seq_iterator* it);
@@ -315,7 +317,8 @@ ZVQ_SEQ_API zvq_seq_status zvq_seq_concat_reset(zvq_seq_iterator* it);
  *   operand's status: passed up unchanged
  * Prepare/merge: no.
  * Allocates: nothing.
- * Pinned by: RleDecode.OneSlotPerElementAtMost128, RleDecode.FeedsGetNullable
+ * Pinned by: Plumbing.RleDecodeHasAtMost128SlotsAndSkipNanCountsRuns,
+ *   PullFunctions.GetNullableTakesSlotsNotElements
  */
 ZVQ_SEQ_API zvq_seq_status zvq_seq_rle_decode(zvq_seq_iterator* result, zvq_seq_iterator* operand);
 ZVQ_SEQ_API zvq_seq_status zvq_seq_rle_decode_next(zvq_seq_iterator* it);
@@ -338,7 +341,7 @@ ZVQ_SEQ_API zvq_seq_status zvq_seq_rle_decode_next(zvq_seq_iterator* it);
  * Allocates: nothing.
  * Caution: next_pos counts runs, not elements: runs 1 x 3, NaN, 2 x 5 give next_pos 2; count
  *   elements with zvq_seq_agg_count instead.
- * Pinned by: SkipNan.DropsNanRunsAndCountsRuns
+ * Pinned by: Plumbing.RleDecodeHasAtMost128SlotsAndSkipNanCountsRuns
  */
 ZVQ_SEQ_API zvq_seq_status zvq_seq_skip_nan_float(zvq_seq_iterator* result, zvq_seq_iterator* operand);
 ZVQ_SEQ_API zvq_seq_status zvq_seq_skip_nan_double(zvq_seq_iterator* result, zvq_seq_iterator* operand);

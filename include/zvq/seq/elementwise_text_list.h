@@ -7,6 +7,32 @@
 extern "C" {
 #endif
 
+/**
+ * from_text_T: A source over a text list such as {1,2,2,3} or 1,2,2,3 that reads back element for
+ *   element: white space around items is skipped, one leading { is dropped, the list ends at } or
+ *   the zero byte, and a trailing comma is allowed. Numbers are read in base 10 (integers as
+ *   strtoll and strtoull read them, so 010 is ten; floats as strtod reads them, hexadecimal
+ *   floats, nan and inf included); a number out of range for T is malformed. Equal neighbours (by
+ *   bits) fold into runs of up to 255 with every repeat byte written, up to the capacity of T runs
+ *   a chunk; next_pos counts elements. The text stays the caller's and must outlive the record.
+ *
+ * Types (operand -> result):
+ *   text (eleven numeric) -> T
+ * Arguments:
+ *   result: the source
+ *   text: the list, zero-terminated
+ * Statuses:
+ *   SEQ_BAD_ARGUMENT: constructor: text null (the record is left as it was); next: a malformed
+ *     item: no number, something other than , or the list's end behind it (1 2, 2.5 for an integer
+ *     type, an empty item), or out of range (a - before a nonzero unsigned value, 128 for int1,
+ *     1e39 for float, 1e999 for double)
+ *   SEQ_END: next: the list has ended (at once for "", {} or })
+ * Prepare/merge: no.
+ * Allocates: nothing.
+ * Pinned by: FromTextOf.OneOneTwoReadsBackWithEveryRepeatWritten,
+ *   FromTextOf.LongStretchesAndChunkEdgesReadBack, FromText.ThreeHalvesSumAsTheyRead,
+ *   FromText.EmptyListsEnd, FromText.MalformedItemsAndTheirOffsets
+ */
 ZVQ_SEQ_API zvq_seq_status zvq_seq_from_text_uint1(zvq_seq_iterator* result, const char* text);
 ZVQ_SEQ_API zvq_seq_status zvq_seq_from_text_uint2(zvq_seq_iterator* result, const char* text);
 ZVQ_SEQ_API zvq_seq_status zvq_seq_from_text_uint4(zvq_seq_iterator* result, const char* text);
@@ -18,7 +44,53 @@ ZVQ_SEQ_API zvq_seq_status zvq_seq_from_text_int8(zvq_seq_iterator* result, cons
 ZVQ_SEQ_API zvq_seq_status zvq_seq_from_text_float(zvq_seq_iterator* result, const char* text);
 ZVQ_SEQ_API zvq_seq_status zvq_seq_from_text_double(zvq_seq_iterator* result, const char* text);
 ZVQ_SEQ_API zvq_seq_status zvq_seq_from_text_datetime(zvq_seq_iterator* result, const char* text);
+
+/**
+ * from_text_char: The same for char items of width bytes. An item is quoted ('...' or "...":
+ *   everything up to the same quote, commas, braces and spaces included) or bare (ending at , } or
+ *   the zero byte, its unescaped spaces at the end dropped). In both, a backslash takes the next
+ *   byte: \n newline, \t tab, \0 a zero byte, any other byte itself. Shorter items are padded with
+ *   zero bytes; equal neighbours, compared over the padded width, fold into runs. There is no null
+ *   item: null is read as the text null.
+ *
+ * Types (operand -> result):
+ *   text -> char of width bytes
+ * Arguments:
+ *   result: the source
+ *   text: the list, zero-terminated, kept alive by the caller
+ *   width: bytes per item, 1 to 4095
+ * Statuses:
+ *   SEQ_TYPE_MISMATCH: constructor: width above 4095
+ *   SEQ_BAD_ARGUMENT: constructor: width 0 or text null (the record is left as it was); next: an
+ *     item longer than width, a quote that never closes, a backslash at the text's end, or
+ *     something other than , or the list's end behind a quoted item
+ *   SEQ_END: next: the list has ended
+ * Prepare/merge: no.
+ * Allocates: nothing.
+ * Pinned by: FromTextChar.QuotedBareEscapedAndFolded, FromTextChar.MalformedItemsAndWidths
+ */
 ZVQ_SEQ_API zvq_seq_status zvq_seq_from_text_char(zvq_seq_iterator* result, const char* text, uint16_t width);
+
+/**
+ * from_text_reset, text_error_offset: zvq_seq_from_text_reset is the reset of these sources: it
+ *   rewinds to the first item and forgets the error offset. zvq_seq_text_error_offset gives the
+ *   byte offset, from the start of the text as given, of the item that made a refill of a
+ *   from_text record fail; the offset is kept until a reset, as a retry meets the same item. It is
+ *   all ones for a record that has met no malformed item and for a record of any other operator.
+ *
+ * Types (operand -> result):
+ *   a from_text record -> zvq_seq_from_text_reset: zvq_seq_status
+ *   any record -> zvq_seq_text_error_offset: uint64 offset, or all ones
+ * Arguments:
+ *   it, record: the record
+ * Statuses:
+ *   SEQ_OK: zvq_seq_from_text_reset: always
+ *   none: zvq_seq_text_error_offset answers an offset
+ * Prepare/merge: no.
+ * Allocates: nothing.
+ * Pinned by: FromText.MalformedItemsAndTheirOffsets, FromText.EmptyListsEnd,
+ *   FromTextOf.OneOneTwoReadsBackWithEveryRepeatWritten
+ */
 ZVQ_SEQ_API zvq_seq_status zvq_seq_from_text_reset(zvq_seq_iterator* it);
 ZVQ_SEQ_API uint64_t zvq_seq_text_error_offset(const zvq_seq_iterator* record);
 

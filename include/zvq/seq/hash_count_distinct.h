@@ -7,6 +7,43 @@
 extern "C" {
 #endif
 
+/**
+ * agg_count_distinct_T: The exact number of distinct values of the whole operand, as one uint8
+ *   element: the first next drains the operand into a set and publishes the count (0 for an empty
+ *   operand, with SEQ_OK); the next pull gives SEQ_END. Floating values count as SQL does: -0.0
+ *   equals 0.0, and all NaNs, whatever their payload, are one value. Integers and datetimes count
+ *   by their bits; char values by all their bytes, zero bytes and what follows them included. One
+ *   probe per run; a run equal to the one before it is not probed again.
+ *
+ * Types (operand -> result):
+ *   int1..int8, uint1..uint8, float, double, datetime -> uint8
+ *   char (any width) -> uint8
+ * Arguments:
+ *   result: the one-element count
+ *   operand: the sequence whose values are counted
+ * Statuses:
+ *   SEQ_TYPE_MISMATCH: constructor: the operand is not T (it stays free); merge: char parts of
+ *     different widths
+ *   SEQ_ALREADY_BOUND: constructor: checks on and the operand bound
+ *   SEQ_NOMEM: next: the set could not grow; the set is given back and nothing is published.
+ *     merge: the destination's set could not grow; it keeps its set and count
+ *   SEQ_END: next: the count was already delivered (the set is then given back), or the prepare
+ *     failed
+ *   operand's status: next: passed up unchanged; nothing is published and the set is given back
+ * Prepare/merge: prepare zvq_seq_prepare_aggregate; merge
+ *   zvq_seq_agg_count_distinct_T_merge(destination, source) adds every value of the source's set
+ *   to the destination's and rewrites the destination's count; the source is only read and keeps
+ *   its set.
+ * Allocates: the set, in the record's buffer through zvq_seq_malloc: 8-byte slots, a power of two
+ *   from 64, at most half full, doubled when needed, and for char wider than 8 bytes a key area of
+ *   width bytes for each two slots. Built by the first next (or prepare); released by reading the
+ *   result to SEQ_END, by zvq_seq_agg_count_distinct_reset, by zvq_seq_free_buffer, and at once
+ *   when a build fails.
+ * Pinned by: CountDistinct.AgainstASet, CountDistinct.MergedPartsEqualTheWhole,
+ *   CountDistinct.FloatingValuesCountAsSqlDoes, CountDistinct.CharValuesByTheirBytes,
+ *   CountDistinct.TheSetsLifetime, CountDistinct.NoMemoryAtEveryAllocation,
+ *   CountDistinct.BadInputAndOperandFailure
+ */
 ZVQ_SEQ_API zvq_seq_status zvq_seq_agg_count_distinct_uint1(zvq_seq_iterator* result, zvq_seq_iterator* operand);
 ZVQ_SEQ_API zvq_seq_status zvq_seq_agg_count_distinct_uint2(zvq_seq_iterator* result, zvq_seq_iterator* operand);
 ZVQ_SEQ_API zvq_seq_status zvq_seq_agg_count_distinct_uint4(zvq_seq_iterator* result, zvq_seq_iterator* operand);
@@ -43,6 +80,23 @@ ZVQ_SEQ_API zvq_seq_status zvq_seq_agg_count_distinct_float_merge(zvq_seq_iterat
 ZVQ_SEQ_API zvq_seq_status zvq_seq_agg_count_distinct_double_merge(zvq_seq_iterator* destination, zvq_seq_iterator* source);
 ZVQ_SEQ_API zvq_seq_status zvq_seq_agg_count_distinct_datetime_merge(zvq_seq_iterator* destination, zvq_seq_iterator* source);
 ZVQ_SEQ_API zvq_seq_status zvq_seq_agg_count_distinct_char_merge(zvq_seq_iterator* destination, zvq_seq_iterator* source);
+
+/**
+ * agg_count_distinct_reset: The reset of every agg_count_distinct record: gives the set back
+ *   (zvq_seq_free_buffer), clears prepared, so that a reset record counts afresh, then rewinds the
+ *   operand and the record. Safe after zvq_seq_free_buffer.
+ *
+ * Types (operand -> result):
+ *   any agg_count_distinct record -> the record itself
+ * Arguments:
+ *   it: the agg_count_distinct record
+ * Statuses:
+ *   SEQ_OK: done
+ *   operand's status: the operand's reset failed: passed up unchanged
+ * Prepare/merge: no.
+ * Allocates: nothing.
+ * Pinned by: CountDistinct.TheSetsLifetime, CountDistinct.NoMemoryAtEveryAllocation
+ */
 ZVQ_SEQ_API zvq_seq_status zvq_seq_agg_count_distinct_reset(zvq_seq_iterator* it);
 
 #ifdef __cplusplus

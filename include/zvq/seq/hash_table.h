@@ -19,7 +19,7 @@ extern "C" {
  *   none: variables
  * Prepare/merge: no.
  * Allocates: nothing.
- * Pinned by: HashTable.InsertFindAndGrowth, HashPair.SizingKeyWidthResetAndBluntRelease
+ * Pinned by: HashTable.InsertFindAndGrowth, HashPair.ResetKeepsTheTableAndReleaseFreesIt
  */
 ZVQ_SEQ_API extern uint64_t zvq_seq_hash_table_init_size;
 ZVQ_SEQ_API extern double zvq_seq_hash_table_load_factor;
@@ -65,7 +65,7 @@ ZVQ_SEQ_API zvq_seq_status zvq_seq_hash_next(zvq_seq_iterator* it);
  *   1 or 0: free_hash: released now, or nothing left to release
  * Prepare/merge: no.
  * Allocates: nothing; gives back the table's blocks, buckets and header and the pair record.
- * Pinned by: HashPair.WideKeyTableFreedWithThePair, HashPair.SizingKeyWidthResetAndBluntRelease
+ * Pinned by: HashPair.WideKeyTableFreedWithThePair, HashPair.ResetKeepsTheTableAndReleaseFreesIt
  */
 ZVQ_SEQ_API uint32_t zvq_seq_free_hash(zvq_seq_iterator* it);
 ZVQ_SEQ_API void zvq_seq_release_hash(zvq_seq_iterator* it);
@@ -85,7 +85,7 @@ ZVQ_SEQ_API void zvq_seq_release_hash(zvq_seq_iterator* it);
  *   operand's status: an operand's reset failed
  * Prepare/merge: no.
  * Allocates: nothing.
- * Pinned by: HashPair.SizingKeyWidthResetAndBluntRelease
+ * Pinned by: HashPair.ResetKeepsTheTableAndReleaseFreesIt
  */
 ZVQ_SEQ_API zvq_seq_status zvq_seq_hash_agg_reset(zvq_seq_iterator* it);
 ZVQ_SEQ_API uint32_t zvq_seq_is_hash_aggreate(zvq_seq_iterator* it);

@@ -7,6 +7,34 @@
 extern "C" {
 #endif
 
+/**
+ * top_n_max_T, top_n_min_T: The n greatest (smallest) elements of the whole input, repeats
+ *   counted, best first, in one chunk: the top 3 of 5 5 5 3 3 3 given as two runs is 5 5 5. Equal
+ *   values come out as one run (several above 255 elements) and next_pos counts the elements. NaN
+ *   is never selected; -0.0 and 0.0 are equal elements and come out with the sign of the first one
+ *   seen.
+ *
+ * Types (operand -> result):
+ *   T (eleven numeric) -> T
+ * Arguments:
+ *   result: the list
+ *   input: the values
+ *   n: elements kept, 1 to 455 for every type
+ * Statuses:
+ *   SEQ_TYPE_MISMATCH: constructor: input not T
+ *   SEQ_ALREADY_BOUND: constructor: checks on and input bound
+ *   SEQ_BAD_ARGUMENT: constructor: n 0 or above 455; input stays bound
+ *   SEQ_END: next: input empty or NaN only, or the list already delivered
+ *   operand's status: next: passed up; nothing published (a reset computes afresh)
+ * Prepare/merge: prepare zvq_seq_prepare_aggregate; zvq_seq_top_n_max_T_merge / _min_T_merge feed
+ *   the runs of both parts, the destination's first, through one list cut to n, so merged parts
+ *   give exactly the whole's answer. A part with no element prepares to SEQ_END and is left out of
+ *   the merges.
+ * Allocates: nothing.
+ * Pinned by: TopNElements.RunsCountAsTheirElements, TopNElements.AgainstAStableSortOfTheElements,
+ *   TopNElements.NaNAndSignedZeros, TopNElements.BadInput, TopNElements.OperandFailure,
+ *   TopNElements.MergeKeepsEqualElements, TopNElements.MergedPartsEqualTheWhole
+ */
 ZVQ_SEQ_API zvq_seq_status zvq_seq_top_n_max_uint1(zvq_seq_iterator* result, zvq_seq_iterator* input, uint64_t n);
 ZVQ_SEQ_API zvq_seq_status zvq_seq_top_n_max_uint2(zvq_seq_iterator* result, zvq_seq_iterator* input, uint64_t n);
 ZVQ_SEQ_API zvq_seq_status zvq_seq_top_n_max_uint4(zvq_seq_iterator* result, zvq_seq_iterator* input, uint64_t n);
@@ -73,6 +101,30 @@ ZVQ_SEQ_API zvq_seq_status zvq_seq_top_n_min_int8_merge(zvq_seq_iterator* destin
 ZVQ_SEQ_API zvq_seq_status zvq_seq_top_n_min_float_merge(zvq_seq_iterator* destination, zvq_seq_iterator* source);
 ZVQ_SEQ_API zvq_seq_status zvq_seq_top_n_min_double_merge(zvq_seq_iterator* destination, zvq_seq_iterator* source);
 ZVQ_SEQ_API zvq_seq_status zvq_seq_top_n_min_datetime_merge(zvq_seq_iterator* destination, zvq_seq_iterator* source);
+
+/**
+ * top_n_pos_max_T, top_n_pos_min_T: The element positions (runs expanded, counted from the start
+ *   of input) of the n greatest (smallest) elements, as a uint8 sequence of runs of 1 in one
+ *   chunk: best value first, earliest position first among equal values. NaN is never selected;
+ *   -0.0 and 0.0 are equal elements.
+ *
+ * Types (operand -> result):
+ *   T (eleven numeric) -> uint8 element positions
+ * Arguments:
+ *   result: the list
+ *   input: the values
+ *   n: elements kept, 1 to 455 for every type
+ * Statuses:
+ *   SEQ_TYPE_MISMATCH: constructor: input not T
+ *   SEQ_ALREADY_BOUND: constructor: checks on and input bound
+ *   SEQ_BAD_ARGUMENT: constructor: n 0 or above 455; input stays bound
+ *   SEQ_END: next: input empty or NaN only, or the list already delivered
+ *   operand's status: next: passed up; nothing published (a reset computes afresh)
+ * Prepare/merge: no.
+ * Allocates: nothing.
+ * Pinned by: TopNElements.RunsCountAsTheirElements, TopNElements.AgainstAStableSortOfTheElements,
+ *   TopNElements.NaNAndSignedZeros, TopNElements.BadInput, TopNElements.OperandFailure
+ */
 ZVQ_SEQ_API zvq_seq_status zvq_seq_top_n_pos_max_uint1(zvq_seq_iterator* result, zvq_seq_iterator* input, uint64_t n);
 ZVQ_SEQ_API zvq_seq_status zvq_seq_top_n_pos_max_uint2(zvq_seq_iterator* result, zvq_seq_iterator* input, uint64_t n);
 ZVQ_SEQ_API zvq_seq_status zvq_seq_top_n_pos_max_uint4(zvq_seq_iterator* result, zvq_seq_iterator* input, uint64_t n);
