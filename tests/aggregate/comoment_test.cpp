@@ -11,17 +11,6 @@ namespace {
 using PairCtor = zvq_seq_status (*)(zvq_seq_iterator*, zvq_seq_iterator*, zvq_seq_iterator*);
 using MergeFn = zvq_seq_status (*)(zvq_seq_iterator*, zvq_seq_iterator*);
 
-template <class Tag>
-struct Co;
-#define ZVQ_TEST_CO(name, Tag, ctype)                                                                       \
-    template <>                                                                                             \
-    struct Co<zvq::Tag> {                                                                                   \
-        static constexpr PairCtor cov = zvq_seq_covariance_##name, corr = zvq_seq_correlation_##name;       \
-        static constexpr MergeFn cov_merge = zvq_seq_covariance_##name##_merge,                             \
-                                 corr_merge = zvq_seq_correlation_##name##_merge;                           \
-    };
-ZVQ_NUMERIC_TYPES(ZVQ_TEST_CO)
-#undef ZVQ_TEST_CO
 
 template <class Tag>
 double paired(PairCtor ctor, const std::vector<Chunk<value_t<Tag>>>& x, const std::vector<Chunk<value_t<Tag>>>& y) {
@@ -113,12 +102,12 @@ TYPED_TEST(ComomentFold, RunsOfUnequalLengthsFoldAsTheirElements) {
     fx.insert(fx.end(), 200, V(2)), fx.insert(fx.end(), 55, V(4));
     fy.insert(fy.end(), 100, V(1)), fy.insert(fy.end(), 100, V(3)), fy.insert(fy.end(), 55, V(5));
     const Reference ref = two_pass(fx, fy);
-    EXPECT_NEAR(paired<Tag>(Co<Tag>::cov, x, y), ref.cov, 1e-12 * std::abs(ref.cov));
-    EXPECT_NEAR(paired<Tag>(Co<Tag>::corr, x, y), ref.corr, 1e-12);
+    EXPECT_NEAR(paired<Tag>(Api<Tag>::covariance, x, y), ref.cov, 1e-12 * std::abs(ref.cov));
+    EXPECT_NEAR(paired<Tag>(Api<Tag>::correlation, x, y), ref.corr, 1e-12);
     // One pair: covariance 0, correlation 0 / 0; a constant operand too.
-    EXPECT_EQ(paired<Tag>(Co<Tag>::cov, {{{V(3), 1}}}, {{{V(4), 1}}}), 0.0);
-    EXPECT_TRUE(std::isnan(paired<Tag>(Co<Tag>::corr, {{{V(3), 1}}}, {{{V(4), 1}}})));
-    EXPECT_TRUE(std::isnan(paired<Tag>(Co<Tag>::corr, {{{V(3), 9}}}, {{{V(4), 2}, {V(6), 7}}})));
+    EXPECT_EQ(paired<Tag>(Api<Tag>::covariance, {{{V(3), 1}}}, {{{V(4), 1}}}), 0.0);
+    EXPECT_TRUE(std::isnan(paired<Tag>(Api<Tag>::correlation, {{{V(3), 1}}}, {{{V(4), 1}}})));
+    EXPECT_TRUE(std::isnan(paired<Tag>(Api<Tag>::correlation, {{{V(3), 9}}}, {{{V(4), 2}, {V(6), 7}}})));
 }
 
 TEST(ComomentMerge, TwoAndFourPartsEqualTheWhole) {

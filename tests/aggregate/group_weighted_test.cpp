@@ -9,15 +9,6 @@ namespace {
 
 using WeightedCtor = zvq_seq_status (*)(zvq_seq_iterator*, zvq_seq_iterator*, zvq_seq_iterator*, zvq_seq_iterator*);
 
-template <class Tag>
-struct Weighted;
-#define ZVQ_TEST_WEIGHTED(name, Tag, ctype)                                               \
-    template <>                                                                           \
-    struct Weighted<zvq::Tag> {                                                           \
-        static constexpr WeightedCtor make = zvq_seq_group_agg_weighted_avg_##name;       \
-    };
-ZVQ_NUMERIC_TYPES(ZVQ_TEST_WEIGHTED)
-#undef ZVQ_TEST_WEIGHTED
 
 std::vector<double> results(zvq_seq_iterator& r) {
     std::vector<double> out;
@@ -34,7 +25,7 @@ std::vector<double> weighted(const std::vector<Chunk<value_t<Tag>>>& w, const st
     auto sw = Script::of<Tag>(w), sv = Script::of<Tag>(v);
     auto sk = Script::of<KeyTag>(keys);
     zvq_seq_iterator r{};
-    EXPECT_EQ(Weighted<Tag>::make(&r, sw.rec(), sv.rec(), sk.rec()), SEQ_OK);
+    EXPECT_EQ(Api<Tag>::group_agg_weighted_avg(&r, sw.rec(), sv.rec(), sk.rec()), SEQ_OK);
     EXPECT_EQ(r.elem_type, ZVQ_SEQ_TYPE_DOUBLE);
     return results(r);
 }

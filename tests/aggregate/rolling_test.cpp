@@ -12,17 +12,6 @@ namespace {
 
 using RollCtor = zvq_seq_status (*)(zvq_seq_iterator*, zvq_seq_iterator*, uint64_t);
 
-template <class Tag>
-struct Roll;
-#define ZVQ_TEST_ROLL(name, Tag, ctype)                                                                           \
-    template <>                                                                                                   \
-    struct Roll<zvq::Tag> {                                                                                       \
-        static constexpr RollCtor sum = zvq_seq_rolling_sum_##name, avg = zvq_seq_rolling_avg_##name,             \
-                                  min = zvq_seq_rolling_min_##name, max = zvq_seq_rolling_max_##name,             \
-                                  var = zvq_seq_rolling_var_##name, std = zvq_seq_rolling_std_##name;             \
-    };
-ZVQ_NUMERIC_TYPES(ZVQ_TEST_ROLL)
-#undef ZVQ_TEST_ROLL
 
 template <class Out, class Tag>
 std::vector<zvq::test::Run<Out>> rolled(RollCtor ctor, const std::vector<Chunk<value_t<Tag>>>& chunks, uint64_t window) {
@@ -210,21 +199,21 @@ TYPED_TEST(RollingLoop, AgreesWithAPlainLoopOverRandomRuns) {
     using Tag = TypeParam;
     using V = value_t<Tag>;
     using W = wide_t<Tag>;
-    using R = Roll<Tag>;
+    using R = Api<Tag>;
     std::mt19937_64 rng(Tag::code * 7919u + 1);
     for (uint64_t window : {uint64_t{1}, uint64_t{2}, uint64_t{26}, uint64_t{1000}, uint64_t{1} << 32}) {
         SCOPED_TRACE(window);
         std::vector<V> flat;
         const auto chunks = random_runs<V>(rng, 3000, flat);
         const Expected<V> e = plain_loop(flat, window);
-        const auto sums = rolled_values<W, Tag>(R::sum, chunks, window);
+        const auto sums = rolled_values<W, Tag>(R::rolling_sum, chunks, window);
         ASSERT_EQ(sums.size(), flat.size());
         for (size_t i = 0; i < flat.size(); ++i) ASSERT_EQ(static_cast<double>(sums[i]), e.sum[i]) << i;
-        EXPECT_EQ((rolled_values<double, Tag>(R::avg, chunks, window)), e.avg);
-        EXPECT_EQ((rolled_values<V, Tag>(R::min, chunks, window)), e.min);
-        EXPECT_EQ((rolled_values<V, Tag>(R::max, chunks, window)), e.max);
-        const auto var = rolled_values<double, Tag>(R::var, chunks, window);
-        const auto dev = rolled_values<double, Tag>(R::std, chunks, window);
+        EXPECT_EQ((rolled_values<double, Tag>(R::rolling_avg, chunks, window)), e.avg);
+        EXPECT_EQ((rolled_values<V, Tag>(R::rolling_min, chunks, window)), e.min);
+        EXPECT_EQ((rolled_values<V, Tag>(R::rolling_max, chunks, window)), e.max);
+        const auto var = rolled_values<double, Tag>(R::rolling_var, chunks, window);
+        const auto dev = rolled_values<double, Tag>(R::rolling_std, chunks, window);
         ASSERT_EQ(var.size(), flat.size());
         ASSERT_EQ(dev.size(), flat.size());
         for (size_t i = 0; i < flat.size(); ++i) {
@@ -240,7 +229,7 @@ TYPED_TEST(RollingLoop, ResetRewindsAndReleasesTheWindow) {
     CountingAllocator alloc;
     auto s = Script::of<Tag>({{{V(1), 3}, {V(2), 1}}, {{V(3), 2}}});
     zvq_seq_iterator r{};
-    ASSERT_EQ(Roll<Tag>::max(&r, s.rec(), 2), SEQ_OK);
+    ASSERT_EQ(Api<Tag>::rolling_max(&r, s.rec(), 2), SEQ_OK);
     const std::vector<zvq::test::Run<V>> want = {{V(1), 3}, {V(2), 1}, {V(3), 2}};
     EXPECT_EQ(drain_runs<V>(r), want);
     EXPECT_GT(alloc.live_blocks(), 0);

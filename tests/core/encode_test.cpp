@@ -17,24 +17,8 @@ using R8 = Run<double>;
 
 template <class Tag>
 class EncodeOf : public ::testing::Test {};
-using EncodeTags = ::testing::Types<Uint1, Uint2, Uint4, Uint8, Int1, Int2, Int4, Int8, Float, Double, Datetime>;
-TYPED_TEST_SUITE(EncodeOf, EncodeTags);
+TYPED_TEST_SUITE(EncodeOf, NumericTags);
 
-template <class Tag>
-zvq_seq_status encode(zvq_seq_iterator* r, const value_t<Tag>* items, uint64_t n);
-template <class Tag>
-zvq_seq_status unget_runs(zvq_seq_iterator* r, const value_t<Tag>* values, const uint64_t* ends, uint64_t n);
-#define ZVQ_TEST_OPS(name, Tag, ctype)                                                                        \
-    template <>                                                                                               \
-    zvq_seq_status encode<Tag>(zvq_seq_iterator * r, const ctype* items, uint64_t n) {                        \
-        return zvq_seq_encode_##name(r, items, n);                                                            \
-    }                                                                                                         \
-    template <>                                                                                               \
-    zvq_seq_status unget_runs<Tag>(zvq_seq_iterator * r, const ctype* values, const uint64_t* ends, uint64_t n) { \
-        return zvq_seq_unget_runs_##name(r, values, ends, n);                                                 \
-    }
-ZVQ_NUMERIC_TYPES(ZVQ_TEST_OPS)
-#undef ZVQ_TEST_OPS
 
 // Stretches of every length that matters (1, 254, 255, 256, 600) across a
 // chunk boundary read back element for element, as runs of at most 255 with
@@ -46,7 +30,7 @@ TYPED_TEST(EncodeOf, ReadsBackWithStretchesFoldedAcrossChunks) {
     for (int len : {1, 254, 255, 256, 600})
         for (int k = 0; k < len; ++k) data.push_back(static_cast<V>(len % 7 + 1));
     zvq_seq_iterator r{};
-    ASSERT_EQ(encode<TypeParam>(&r, data.data(), data.size()), SEQ_OK);
+    ASSERT_EQ(Api<TypeParam>::encode(&r, data.data(), data.size()), SEQ_OK);
     zvq_seq_status last;
     const auto runs = drain_runs<V>(r, &last);
     EXPECT_EQ(last, SEQ_END);
@@ -65,7 +49,7 @@ TYPED_TEST(EncodeOf, UngetRunsReadsBackCuttingLongRuns) {
     const std::vector<V> values = {V(3), V(5), V(3)};
     const std::vector<uint64_t> ends = {1, 601, 602};
     zvq_seq_iterator r{};
-    ASSERT_EQ(unget_runs<TypeParam>(&r, values.data(), ends.data(), 3), SEQ_OK);
+    ASSERT_EQ(Api<TypeParam>::unget_runs(&r, values.data(), ends.data(), 3), SEQ_OK);
     EXPECT_EQ(r.last_pos, 601u);
     const auto runs = drain_runs<V>(r);
     EXPECT_EQ(runs, (std::vector<Run<V>>{{V(3), 1}, {V(5), 255}, {V(5), 255}, {V(5), 90}, {V(3), 1}}));

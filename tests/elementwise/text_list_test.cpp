@@ -10,15 +10,6 @@ namespace {
 using namespace zvq;
 using namespace zvq::test;
 
-template <class Tag>
-zvq_seq_status from_text(zvq_seq_iterator* r, const char* text);
-#define ZVQ_TEST_FROM_TEXT(name, Tag, ctype)                                 \
-    template <>                                                              \
-    zvq_seq_status from_text<Tag>(zvq_seq_iterator * r, const char* text) { \
-        return zvq_seq_from_text_##name(r, text);                            \
-    }
-ZVQ_NUMERIC_TYPES(ZVQ_TEST_FROM_TEXT)
-#undef ZVQ_TEST_FROM_TEXT
 
 template <class Tag>
 class FromTextOf : public ::testing::Test {};
@@ -31,7 +22,7 @@ TYPED_TEST(FromTextOf, OneOneTwoReadsBackWithEveryRepeatWritten) {
     for (const char* text : {"{1,1,2}", "1,1,2", " { 1 , 1,2 } ", "{1,1,2,}"}) {
         zvq_seq_iterator r{};
         std::memset(r.chunk, 0xAB, sizeof r.chunk);
-        ASSERT_EQ(from_text<TypeParam>(&r, text), SEQ_OK) << text;
+        ASSERT_EQ(Api<TypeParam>::from_text(&r, text), SEQ_OK) << text;
         EXPECT_EQ(drain_chunks<V>(r), (std::vector<Chunk<V>>{{{V(1), 2}, {V(2), 1}}})) << text;
         EXPECT_EQ(r.next_pos, 3u);
         EXPECT_EQ(r.next(&r), SEQ_END);
@@ -57,7 +48,7 @@ TYPED_TEST(FromTextOf, LongStretchesAndChunkEdgesReadBack) {
     text += "8}";
     want.push_back(V(8));
     zvq_seq_iterator r{};
-    ASSERT_EQ(from_text<TypeParam>(&r, text.c_str()), SEQ_OK);
+    ASSERT_EQ(Api<TypeParam>::from_text(&r, text.c_str()), SEQ_OK);
     const auto chunks = drain_chunks<V>(r);
     ASSERT_EQ(chunks.size(), 2u);
     EXPECT_EQ(chunks[0].size(), capacity<TypeParam>);

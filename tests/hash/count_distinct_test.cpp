@@ -73,7 +73,6 @@ uint64_t reference(const std::vector<Chunk<V>>& chunks) {
 
 template <class Tag>
 class CountDistinct : public ::testing::Test {};
-using NumericTags = ::testing::Types<Uint1, Uint2, Uint4, Uint8, Int1, Int2, Int4, Int8, Float, Double, Datetime>;
 TYPED_TEST_SUITE(CountDistinct, NumericTags);
 
 // Few and many distinct values, so that the table grows several times.

@@ -13,24 +13,12 @@ namespace zvq::test {
 namespace {
 
 using Perm = std::vector<uint64_t>;
-using ArgsortFn = zvq_seq_status (*)(const void*, uint64_t*, uint64_t, uint32_t);
 
-template <class Tag>
-struct Argsort;
-#define ZVQ_TEST_ARGSORT(name, Tag, ctype)                                                     \
-    template <>                                                                                \
-    struct Argsort<Tag> {                                                                      \
-        static zvq_seq_status run(const ctype* v, uint64_t* p, uint64_t n, uint32_t order) {    \
-            return zvq_seq_argsort_##name(v, p, n, order);                                     \
-        }                                                                                      \
-    };
-ZVQ_NUMERIC_TYPES(ZVQ_TEST_ARGSORT)
-#undef ZVQ_TEST_ARGSORT
 
 template <class Tag, class V = value_t<Tag>>
 Perm argsort(const std::vector<V>& values, uint32_t order) {
     Perm p(values.size(), 12345);
-    EXPECT_EQ(Argsort<Tag>::run(values.data(), p.data(), values.size(), order), SEQ_OK);
+    EXPECT_EQ(Api<Tag>::argsort(values.data(), p.data(), values.size(), order), SEQ_OK);
     return p;
 }
 

@@ -9,15 +9,6 @@
 namespace zvq::test {
 namespace {
 
-template <class Tag>
-struct TakeFn;
-#define ZVQ_TEST_TAKE(name, Tag, ctype) \
-    template <>                         \
-    struct TakeFn<Tag> {                \
-        static constexpr auto make = zvq_seq_take_##name; \
-    };
-ZVQ_NUMERIC_TYPES(ZVQ_TEST_TAKE)
-#undef ZVQ_TEST_TAKE
 
 template <class Tag>
 class Take : public ::testing::Test {};
@@ -30,7 +21,7 @@ Runs<V> taken(const std::vector<Chunk<V>>& input, const std::vector<Chunk<uint64
     auto in = Script::of<Tag>(input);
     auto ps = Script::of<Uint8>(pos);
     zvq_seq_iterator r{};
-    EXPECT_EQ(TakeFn<Tag>::make(&r, ps.rec(), in.rec()), SEQ_OK);
+    EXPECT_EQ(Api<Tag>::take(&r, ps.rec(), in.rec()), SEQ_OK);
     auto got = drain_runs<V>(r, last);
     uint64_t total = 0;
     for (const auto& run : got) total += run.repeat;

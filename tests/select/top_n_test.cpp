@@ -12,16 +12,6 @@
 namespace zvq::test {
 namespace {
 
-template <class Tag>
-struct TopNFns;
-#define ZVQ_TEST_TOP_N_FNS(name, Tag, ctype)                                                                  \
-    template <>                                                                                               \
-    struct TopNFns<Tag> {                                                                                     \
-        static constexpr Top max = zvq_seq_top_n_max_##name, min = zvq_seq_top_n_min_##name,                  \
-                             pos_max = zvq_seq_top_n_pos_max_##name, pos_min = zvq_seq_top_n_pos_min_##name; \
-    };
-ZVQ_NUMERIC_TYPES(ZVQ_TEST_TOP_N_FNS)
-#undef ZVQ_TEST_TOP_N_FNS
 
 template <class Tag>
 class TopNElements : public ::testing::Test {};
@@ -109,14 +99,14 @@ TEST(TopNElements, MergeKeepsEqualElements) {
 
 TYPED_TEST(TopNElements, AgainstAStableSortOfTheElements) {
     using V = value_t<TypeParam>;
-    using S = TopNFns<TypeParam>;
+    using S = Api<TypeParam>;
     for (uint32_t seed : {3u, 11u}) {
         const auto chunks = random_runs<V>(seed, 900);
         for (bool max : {true, false})
             for (uint64_t n : {1, 2, 37, 300, 455}) {
                 const auto [positions, values] = reference(chunks, max, n);
-                EXPECT_EQ(expand(runs_of<TypeParam>(max ? S::max : S::min, chunks, n)), values) << seed << max << n;
-                EXPECT_EQ(expand(runs_of<TypeParam, uint64_t>(max ? S::pos_max : S::pos_min, chunks, n)), positions)
+                EXPECT_EQ(expand(runs_of<TypeParam>(max ? S::top_n_max : S::top_n_min, chunks, n)), values) << seed << max << n;
+                EXPECT_EQ(expand(runs_of<TypeParam, uint64_t>(max ? S::top_n_pos_max : S::top_n_pos_min, chunks, n)), positions)
                     << seed << max << n;
             }
     }
@@ -126,7 +116,7 @@ TYPED_TEST(TopNElements, AgainstAStableSortOfTheElements) {
 // is the destination.
 TYPED_TEST(TopNElements, MergedPartsEqualTheWhole) {
     using V = value_t<TypeParam>;
-    using S = TopNFns<TypeParam>;
+    using S = Api<TypeParam>;
     const auto chunks = random_runs<V>(29, 600);
     for (size_t parts : {2u, 4u})
         for (bool max : {true, false})
@@ -140,7 +130,7 @@ TYPED_TEST(TopNElements, MergedPartsEqualTheWhole) {
                     sources.push_back(Script::of<TypeParam>(part));
                 }
                 for (size_t p = 0; p < parts; ++p) {
-                    ASSERT_EQ((max ? S::max : S::min)(&recs[p], sources[p].rec(), n), SEQ_OK);
+                    ASSERT_EQ((max ? S::top_n_max : S::top_n_min)(&recs[p], sources[p].rec(), n), SEQ_OK);
                     ASSERT_EQ(recs[p].prepare(&recs[p]), SEQ_OK);
                 }
                 const size_t dest = parts - 1;
@@ -154,9 +144,9 @@ TYPED_TEST(TopNElements, MergedPartsEqualTheWhole) {
 }
 
 TYPED_TEST(TopNElements, BadInput) {
-    using S = TopNFns<TypeParam>;
+    using S = Api<TypeParam>;
     const BindingChecks on(1);
-    for (Top ctor : {S::max, S::min, S::pos_max, S::pos_min}) {
+    for (Top ctor : {S::top_n_max, S::top_n_min, S::top_n_pos_max, S::top_n_pos_min}) {
         zvq_seq_iterator r{};
         Script other(1, TypeParam::code == ZVQ_SEQ_TYPE_INT1 ? ZVQ_SEQ_TYPE_UINT1 : ZVQ_SEQ_TYPE_INT1);
         EXPECT_EQ(ctor(&r, other.rec(), 3), SEQ_TYPE_MISMATCH);
