@@ -6,6 +6,7 @@
 #include <array>
 #include <cmath>
 
+#include "aggregate/pairs.hpp"
 #include "aggregate/whole.hpp"
 
 namespace zvq {
@@ -64,14 +65,9 @@ zvq_seq_status comoment_next(Rec& r) {
     using In = typename Rule::In;
     zvq_seq_status s;
     if (settled_aggregate(r, s)) return s;
-    const std::array<Rec*, 2> ops = {r.operand[0], r.operand[1]};
     Comoments m{};
-    while ((s = refill_each(ops)) == SEQ_OK)
-        walk_in_step(ops, [&](const std::array<uint32_t, 2>& at, uint8_t k, bool) {
-            m.add(static_cast<double>(value_at<In>(*ops[0], at[0])), static_cast<double>(value_at<In>(*ops[1], at[1])),
-                  k);
-            return true;
-        });
+    s = fold_pairs<In>({r.operand[0], r.operand[1]},
+                       [&](In x, In y, uint8_t k) { m.add(static_cast<double>(x), static_cast<double>(y), k); });
     // A failure drops the moments: nothing is published, next_pos stays 0.
     if (s != SEQ_END || m.n == 0) return s;
     state_of<Comoments>(r) = m;

@@ -5,6 +5,7 @@
 #include <cmath>
 #include <type_traits>
 
+#include "aggregate/pairs.hpp"
 #include "core/fold_rules.hpp"
 #include "core/record.hpp"
 
@@ -105,16 +106,12 @@ zvq_seq_status paired_next(Rec& r) {
     using In = typename Rule::In;
     zvq_seq_status s;
     if (settled_aggregate(r, s)) return s;
-    // operand[0] is refilled first, so at a common end it is the one that ends.
-    const std::array<Rec*, 2> ops = {r.operand[0], r.operand[1]};
     Sums sums;
     uint64_t n = 0;
-    while ((s = refill_each(ops)) == SEQ_OK)
-        walk_in_step(ops, [&](const std::array<uint32_t, 2>& at, uint8_t k, bool) {
-            Rule::add(sums, value_at<In>(*ops[0], at[0]), value_at<In>(*ops[1], at[1]), k);
-            n += k;
-            return true;
-        });
+    s = fold_pairs<In>({r.operand[0], r.operand[1]}, [&](In x, In y, uint8_t k) {
+        Rule::add(sums, x, y, k);
+        n += k;
+    });
     // A failure drops the sums: nothing is published, next_pos stays 0.
     if (s != SEQ_END || n == 0) return s;
     state_of<PairedState>(r) = {sums, n};
